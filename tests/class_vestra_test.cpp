@@ -1,0 +1,107 @@
+// Original crossing method.
+
+#include "class_vestra.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "class_location.h"
+
+namespace {
+
+Station at(double lat, double lon, double baz) {
+  Station s = create_station("Default", epoch, baz, baz, 0.1);
+  s.set_latitude(lat);
+  s.set_longitude(lon);
+  return s;
+}
+
+Station locate(const Station& s1, const Station& s2) {
+  Station loc = create_station("Default", epoch, 0, 0, 0);
+  EXPECT_EQ(calculate_location_original(s1, s2, loc), 0);
+  return loc;
+}
+
+}  // namespace
+
+// Unit access to the private routines.
+class vestra_access {
+ public:
+  static void l_1000(double x4, double x3, double t0, double d7, double& x,
+                     double& y) {
+    vestra v(at(0, 0, 0), at(0, 0, 0));
+    v.l_1000(x4, x3, t0, d7, x, y);
+  }
+  static void l_141(double lat1, double long1, double lat2, double long2,
+                    double& a5, double& a6) {
+    vestra v(at(0, 0, 0), at(0, 0, 0));
+    v.l_141(lat1, long1, lat2, long2, a5, a6);
+  }
+};
+
+namespace {
+
+TEST(OriginalMethod, WorkedExample) {
+  Station loc = locate(at(67.8, 20.4, 111.0311), at(64.0, 14.0, 66.4115));
+  EXPECT_NEAR(loc.get_latitude(), 65.9991, 5e-5);
+  EXPECT_NEAR(loc.get_longitude(), 30.0096, 5e-5);
+  // Only the position of the location is written.
+  EXPECT_EQ(loc.get_name(), "Default");
+  EXPECT_EQ(loc.baz, 0.0);
+}
+
+TEST(OriginalMethod, DivergingBearingsGiveTheMeanOfTwoEndPoints) {
+  Station loc = locate(at(67.8, 20.4, 291.0311), at(64.0, 14.0, 66.4115));
+  EXPECT_NEAR(loc.get_latitude(), 67.4757, 5e-5);
+  EXPECT_NEAR(loc.get_longitude(), 19.7593, 5e-5);
+}
+
+TEST(OriginalMethod, CollinearBearingsGiveNaN) {
+  // Both bearings along the meridian through the two stations.
+  Station loc = locate(at(60.0, 10.0, 0.0), at(50.0, 10.0, 0.0));
+  EXPECT_TRUE(std::isnan(loc.get_latitude()));
+  EXPECT_TRUE(std::isnan(loc.get_longitude()));
+}
+
+TEST(Azimuth, DoesNotReduceTheLongitudeDifference) {
+  EXPECT_NEAR(azimuth(10, 170, 10, -170), 268.3, 0.05);
+  EXPECT_NEAR(azimuth(10, -170, 10, 170), 91.7, 0.05);
+}
+
+TEST(Azimuth, SameMeridianAndEquator) {
+  EXPECT_EQ(azimuth(50, 10, 60, 10), 0.0);
+  EXPECT_EQ(azimuth(60, 10, 50, 10), 180.0);
+  EXPECT_TRUE(std::isnan(azimuth(0, 10, 20, 30)));
+}
+
+TEST(Delta, PolesAndCoincidentPoints) {
+  EXPECT_NEAR(delta(0, 0, 0, 90), 90.0, 1e-9);
+  // A latitude of exactly 90 keeps its value, its longitude is turned round.
+  EXPECT_NEAR(delta(90, 0, 0, 0), 90.0, 1e-9);
+  double d = delta(45, 10, 45, 10);
+  EXPECT_TRUE(std::isnan(d) || d < 1e-6);
+}
+
+TEST(Destination, ZeroDistanceAndReverseAzimuth) {
+  double x = 0, y = 0;
+  vestra_access::l_1000(45.0, 10.0, 30.0, 0.0, x, y);
+  EXPECT_NEAR(x, 44.99976, 5e-6);
+  EXPECT_EQ(y, 10.0);
+  double a5 = 0, a6 = 0;
+  vestra_access::l_141(60, 10, 50, 10, a5, a6);
+  EXPECT_EQ(a5, 180.0);
+  EXPECT_EQ(a6, 360.0);
+}
+
+TEST(Signs, Helpers) {
+  EXPECT_EQ(basic_sgn(-2), -1);
+  EXPECT_EQ(basic_sgn(0), 0);
+  EXPECT_EQ(basic_sgn(std::nan("")), 0);
+  EXPECT_EQ(sgn(0), 1);
+  EXPECT_EQ(sgn(-0.5), -1);
+  EXPECT_EQ(fortran_sgn(-3, 0), 3);
+  EXPECT_EQ(fortran_sgn(3, -1), -3);
+}
+
+}  // namespace

@@ -1,0 +1,3 @@
+# --debug: the traces on the standard error stream, the map command on the output.
+args: --debug --new-station=A:67.8:20.4:111.0311 --new-station=B:64.0:14.0:66.4115
+status: 0

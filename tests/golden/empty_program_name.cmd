@@ -1,0 +1,4 @@
+# An empty program name still runs normally.
+argv0:
+args: --no-log --new-station=A:67.8:20.4:111.0311 --new-station=B:64.0:14.0:66.4115
+status: 0

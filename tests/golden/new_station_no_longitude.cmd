@@ -1,0 +1,2 @@
+args: --new-station=A:60 --new-station=B:1:2:3
+status: 1

@@ -1,0 +1,2 @@
+args: --new-station=A:60:15:120 --frobnicate
+status: 1

@@ -1,0 +1,200 @@
+// End-to-end cases: each tests/golden/<case>.cmd runs the built program in a
+// fresh temporary working directory and compares its standard output, its
+// standard error stream and its exit status exactly with <case>.out,
+// <case>.err (a missing file stands for empty output) and the status line.
+//
+// A .cmd file holds one directive per line ('#' starts a comment):
+//   args: a b c        arguments, split at blanks
+//   arg: text          one argument, the rest of the line as it stands
+//   argv0: name        the program name handed to the process (default vestra)
+//   env: NAME=VALUE    an environment variable (LC_ALL=C and TZ=UTC are set)
+//   mkdir: name        a directory made in the working directory first
+//   status: N          the expected exit status
+//   log-lines: N       the number of lines expected in ./logfile afterwards
+//
+// The build's version line (date and time of compilation) is replaced by
+// @VERSION@ in the output before comparing. With VESTRA_UPDATE_GOLDEN=1 the
+// .out and .err files are rewritten from the actual output instead.
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "version.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+struct GoldenCase {
+  std::string name;
+  std::vector<std::string> args;
+  std::string argv0 = "vestra";
+  std::vector<std::string> env{"LC_ALL=C", "TZ=UTC", "PATH=/usr/bin:/bin"};
+  std::vector<std::string> dirs;
+  int status = 0;
+  int log_lines = -1;
+};
+
+std::string read_file(const fs::path& p) {
+  std::ifstream in(p, std::ios::binary);
+  std::ostringstream s;
+  s << in.rdbuf();
+  return s.str();
+}
+
+void write_file(const fs::path& p, const std::string& text) {
+  if (text.empty()) {
+    fs::remove(p);
+    return;
+  }
+  std::ofstream(p, std::ios::binary) << text;
+}
+
+GoldenCase parse_case(const std::string& name) {
+  GoldenCase c;
+  c.name = name;
+  std::istringstream in(read_file(fs::path(GOLDEN_DIR) / (name + ".cmd")));
+  std::string line;
+  while (std::getline(in, line)) {
+    if (line.empty() || line[0] == '#') continue;
+    auto colon = line.find(':');
+    if (colon == std::string::npos) {
+      ADD_FAILURE() << name << ".cmd: no directive in: " << line;
+      continue;
+    }
+    std::string key = line.substr(0, colon);
+    std::string value = line.substr(colon + 1);
+    if (!value.empty() && value[0] == ' ') value.erase(0, 1);
+    if (key == "args") {
+      std::istringstream words(value);
+      for (std::string w; words >> w;) c.args.push_back(w);
+    } else if (key == "arg") {
+      c.args.push_back(value);
+    } else if (key == "argv0") {
+      c.argv0 = value;
+    } else if (key == "env") {
+      c.env.push_back(value);
+    } else if (key == "mkdir") {
+      c.dirs.push_back(value);
+    } else if (key == "status") {
+      c.status = std::stoi(value);
+    } else if (key == "log-lines") {
+      c.log_lines = std::stoi(value);
+    } else {
+      ADD_FAILURE() << name << ".cmd: unknown directive " << key;
+    }
+  }
+  return c;
+}
+
+std::vector<std::string> case_names() {
+  std::vector<std::string> names;
+  for (const auto& entry : fs::directory_iterator(GOLDEN_DIR))
+    if (entry.path().extension() == ".cmd")
+      names.push_back(entry.path().stem().string());
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+std::string replace_all(std::string text, const std::string& from,
+                        const std::string& to) {
+  if (from.empty()) return text;
+  for (auto pos = text.find(from); pos != std::string::npos;
+       pos = text.find(from, pos + to.size()))
+    text.replace(pos, from.size(), to);
+  return text;
+}
+
+struct RunResult {
+  std::string out, err;
+  int status = -1;
+  int log_lines = 0;
+};
+
+RunResult run_case(const GoldenCase& c) {
+  char dir_template[] = "/tmp/vestra-golden-XXXXXX";
+  const char* dir = mkdtemp(dir_template);
+  if (!dir) throw std::runtime_error("mkdtemp failed");
+  for (const auto& d : c.dirs) fs::create_directories(fs::path(dir) / d);
+  const fs::path out_path = fs::path(dir) / ".stdout";
+  const fs::path err_path = fs::path(dir) / ".stderr";
+
+  std::vector<std::string> argv_s{c.argv0};
+  argv_s.insert(argv_s.end(), c.args.begin(), c.args.end());
+  std::vector<char*> argv;
+  for (auto& a : argv_s) argv.push_back(a.data());
+  argv.push_back(nullptr);
+  std::vector<std::string> env_s = c.env;
+  std::vector<char*> envp;
+  for (auto& e : env_s) envp.push_back(e.data());
+  envp.push_back(nullptr);
+
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_addchdir_np(&actions, dir);
+  posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
+  posix_spawn_file_actions_addopen(&actions, 1, out_path.c_str(),
+                                   O_WRONLY | O_CREAT | O_TRUNC, 0600);
+  posix_spawn_file_actions_addopen(&actions, 2, err_path.c_str(),
+                                   O_WRONLY | O_CREAT | O_TRUNC, 0600);
+  pid_t pid;
+  int rc = posix_spawn(&pid, VESTRA_BINARY, &actions, nullptr, argv.data(),
+                       envp.data());
+  posix_spawn_file_actions_destroy(&actions);
+  if (rc != 0) throw std::runtime_error("posix_spawn failed");
+  int wstatus = 0;
+  while (waitpid(pid, &wstatus, 0) < 0 && errno == EINTR) {
+  }
+
+  RunResult r;
+  r.status = WIFEXITED(wstatus) ? WEXITSTATUS(wstatus) : 128 + WTERMSIG(wstatus);
+  r.out = replace_all(read_file(out_path), Version, "@VERSION@");
+  r.err = replace_all(read_file(err_path), Version, "@VERSION@");
+  std::string log = read_file(fs::path(dir) / "logfile");
+  r.log_lines = static_cast<int>(std::count(log.begin(), log.end(), '\n'));
+  fs::remove_all(dir);
+  return r;
+}
+
+class Golden : public testing::TestWithParam<std::string> {};
+
+TEST_P(Golden, Matches) {
+  const GoldenCase c = parse_case(GetParam());
+  const RunResult r = run_case(c);
+  const fs::path base = fs::path(GOLDEN_DIR) / c.name;
+  if (std::getenv("VESTRA_UPDATE_GOLDEN")) {
+    write_file(base.string() + ".out", r.out);
+    write_file(base.string() + ".err", r.err);
+  }
+  EXPECT_EQ(r.out, read_file(base.string() + ".out")) << "standard output";
+  EXPECT_EQ(r.err, read_file(base.string() + ".err")) << "standard error";
+  EXPECT_EQ(r.status, c.status) << "exit status";
+  if (c.log_lines >= 0) {
+    EXPECT_EQ(r.log_lines, c.log_lines) << "log lines";
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Cases, Golden, testing::ValuesIn(case_names()),
+                         [](const testing::TestParamInfo<std::string>& info) {
+                           std::string n = info.param;
+                           for (char& ch : n)
+                             if (!std::isalnum(static_cast<unsigned char>(ch)))
+                               ch = '_';
+                           return n;
+                         });
+
+}  // namespace

@@ -1,0 +1,103 @@
+// Front end: program name, method choice and number reading.
+
+#include "vestra.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+namespace {
+
+std::string name_of(const char* arg0) {
+  char* argv[] = {const_cast<char*>(arg0), nullptr};
+  return program_name(gsl::span<char*>(argv, 1));
+}
+
+TEST(ProgramName, LowerCasedWithoutDirectoryAndExtension) {
+  EXPECT_EQ(name_of("/usr/local/bin/Vestra.exe"), "vestra");
+  EXPECT_EQ(name_of("C:\\Tools\\VESTRA.EXE"), "vestra");
+  EXPECT_EQ(name_of("./a.b.c"), "a.b");
+  EXPECT_EQ(name_of("dir.d/prog"), "prog");
+  EXPECT_EQ(name_of(""), "");
+}
+
+TEST(ProgramNameDeathTest, EmptyArgumentVectorIsRefused) {
+  EXPECT_EXIT(program_name(gsl::span<char*>()), testing::ExitedWithCode(1),
+              "^Error: no program name in the argument vector\n$");
+}
+
+TEST(MethodChoice, Rot13AndStoredNames) {
+  std::string s = "Hello, World-az";
+  rot13(s);
+  EXPECT_EQ(s, "Uryyb, Jbeyq-nm");
+  EXPECT_TRUE(norsar("vestra-norsar"));
+  EXPECT_TRUE(norsar("vestra-back-azimuths"));
+  EXPECT_TRUE(norsar("vnorsar"));
+  EXPECT_TRUE(norsar("vestra-baz-loc"));
+  EXPECT_FALSE(norsar("vestra"));
+  EXPECT_FALSE(norsar(""));
+  EXPECT_FALSE(norsar("irfgen-abefne"));  // the stored form itself
+}
+
+TEST(Numbers, StrtodPrefix) {
+  std::size_t used = 0;
+  EXPECT_EQ(read_double("120:3", "x", &used), 120.0);
+  EXPECT_EQ(used, 3u);
+  EXPECT_EQ(read_double("  7.5abc", "x", &used), 7.5);
+  EXPECT_EQ(used, 5u);
+  EXPECT_EQ(read_double("0x10", "x"), 16.0);
+  EXPECT_EQ(read_double("1e-999", "x"), 0.0);
+  bool overflow = true;
+  EXPECT_EQ(read_long(" -12xyz", "x", &overflow), -12);
+  EXPECT_FALSE(overflow);
+  read_long("99999999999999999999999", "x", &overflow);
+  EXPECT_TRUE(overflow);
+}
+
+TEST(NumbersDeathTest, Refusals) {
+  EXPECT_EXIT(read_double("abc", "--angle"), testing::ExitedWithCode(1),
+              "^Error: --angle: \"abc\" is not a number\n$");
+  EXPECT_EXIT(read_double("", "--sbaz"), testing::ExitedWithCode(1),
+              "^Error: --sbaz: \"\" is not a number\n$");
+  EXPECT_EXIT(read_double("1e999", "azimuth for Kiruna"),
+              testing::ExitedWithCode(1),
+              "^Error: azimuth for Kiruna: \"1e999\" is out of range\n$");
+  EXPECT_EXIT(read_double("nan", "--angle"), testing::ExitedWithCode(1),
+              "is not a finite number");
+  EXPECT_EXIT(read_double("-inf", "--angle"), testing::ExitedWithCode(1),
+              "is not a finite number");
+  bool overflow = false;
+  EXPECT_EXIT(read_long("x1", "--ellipsoid", &overflow),
+              testing::ExitedWithCode(1), "is not a number");
+  EXPECT_EXIT(read_double(std::string(100, '#'), "--angle"),
+              testing::ExitedWithCode(1), "\"\\.\\.\\. \\(100 bytes\\) is");
+}
+
+TEST(Xxx, ValidateBoundsInclusiveAndNaNRefused) {
+  EXPECT_TRUE(validate(-90.0, -90.0, 90.0));
+  EXPECT_TRUE(validate(90.0, -90.0, 90.0));
+  EXPECT_FALSE(validate(90.5, -90.0, 90.0));
+  EXPECT_FALSE(validate(std::nan(""), -90.0, 90.0));
+}
+
+TEST(Fuzz, OffsetTable) {
+  EXPECT_EQ(fuzz_offset(0), 0.0);
+  EXPECT_EQ(fuzz_offset(5), 0.3);
+  EXPECT_EQ(fuzz_offset(6), -0.3);
+  EXPECT_EQ(fuzz_offset(37), 1.9);
+  EXPECT_EQ(fuzz_offset(38), -1.9);
+  EXPECT_THROW(fuzz_offset(39), std::out_of_range);
+}
+
+TEST(OptionTable, Shape) {
+  EXPECT_STREQ(long_options[0].name, "kiruna");
+  EXPECT_STREQ(long_options[41].name, "original");
+  EXPECT_STREQ(long_options[42].name, "Kiruna");
+  EXPECT_EQ(long_options[42].val, 273);
+  EXPECT_STREQ(long_options[96].name, "Default");
+  EXPECT_EQ(long_options[96].val, 327);
+  EXPECT_EQ(long_options[97].name, nullptr);
+  EXPECT_STREQ(short_options, "A:B:CE:F:J:K:L:S:U:V:W:X:a:b:ce:f:j:k:l:s:u:v:w:x:");
+}
+
+}  // namespace
