@@ -1,0 +1,2 @@
+args: --kir=10 --lycksele=66
+status: 1

@@ -1,0 +1,2 @@
+args: -k 111:wide -l 66
+status: 1

@@ -1,0 +1,3 @@
+# An unambiguous prefix stands for its option.
+args: --disp
+status: 0

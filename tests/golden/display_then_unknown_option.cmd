@@ -1,0 +1,3 @@
+# Options after --display are not read.
+args: --display --frobnicate -k
+status: 0

@@ -1,0 +1,2 @@
+args: --no-log --ellipsoid 25 -k 111 -l 66
+status: 0

@@ -1,0 +1,2 @@
+args: --ellipsoid=26 -k 111 -l 66
+status: 1

@@ -1,0 +1,2 @@
+args: --ellipsoid=wgs -k 111 -l 66
+status: 1

@@ -1,0 +1,3 @@
+# --all adds the 55 catalog options to the help text.
+args: --all
+status: 1

@@ -1,0 +1,2 @@
+args: -k 10 -A
+status: 1

@@ -1,0 +1,3 @@
+# -C is accepted by the option reader but handled by no one.
+args: -C
+status: 1

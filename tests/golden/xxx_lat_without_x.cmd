@@ -1,0 +1,2 @@
+args: --xxx-lat=60 -k 111 -l 66
+status: 1

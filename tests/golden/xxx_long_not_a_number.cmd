@@ -1,0 +1,2 @@
+args: -x 10 --xxx-long=east
+status: 1
