@@ -584,6 +584,51 @@ void read_options(int argc, char** argv, std::string& separator,
 
 }  // namespace
 
+void cross_pairs(output_base& output) {
+  bool flag1 = false, flag2 = false;
+  Station loc = create_station("Default", epoch, 0.0, 0.0, 0.0);
+
+  std::size_t start = 0, stop = 11;
+  for (std::size_t i = 0; i < new_stations.size(); ++i) {
+    DEBUG_TRACE("\n");
+    for (std::size_t j = i + 1; j < new_stations.size(); ++j) {
+      Station& p1 = new_stations[i];
+      Station& p2 = new_stations[j];
+      DEBUG_TRACE("Pitting " << p1.get_name() << " against " << p2.get_name()
+                             << "\n");
+      // A pair none of whose trials produced a location is reported as not
+      // located, never with the verdicts left by the pair before it.
+      flag1 = flag2 = false;
+      if (!test_angle_fuzz(start, stop, p1, p2, loc, flag1, flag2)) {
+        DEBUG_TRACE("Doing extended search\n");
+        if (test_angle_fuzz(11, 21, p1, p2, loc, flag1, flag2)) {
+          start = 11;
+          stop = 21;
+        } else {
+          DEBUG_TRACE("Doing realy extended search\n");
+          test_angle_fuzz(21, 39, p1, p2, loc, flag1, flag2);
+          start = 21;
+          stop = 39;
+        }
+      }
+      if (!debug) {
+        if (flag1 && flag2)
+          output.valid(loc, p1, p2);
+        else
+          output.invalid(loc, p1, p2);
+      } else if (flag1 && flag2) {
+        std::cout << "kelvo project=round lat=64.61 long=18.71 dist=200. "
+                     "inch=9000. mapin=lyki2.gif mapout=lyki2.gif ";
+        p1.set_output(Station::OUTPUT_LONG_LAT, ",");
+        p2.set_output(Station::OUTPUT_LONG_LAT, ",");
+        loc.set_output(Station::OUTPUT_LONG_LAT, ",");
+        std::cout << "arc=" << p1 << "," << loc << " "
+                  << "arc=" << p2 << "," << loc << "\n";
+      }
+    }
+  }
+}
+
 int vestra_main(int argc, char** argv) {
   gsl::span<char*> args(argv, static_cast<std::size_t>(argc < 0 ? 0 : argc));
   const std::string progname = program_name(args);
@@ -610,49 +655,8 @@ int vestra_main(int argc, char** argv) {
   if (ellipsoid != CEarth::WGS_84)
     std::cerr << "Using ellipsoid " << earth.GetEllipsoidName() << "\n";
 
-  bool flag1 = false, flag2 = false;
-  Station loc = create_station("Default", epoch, 0.0, 0.0, 0.0);
-
   output->prolog();
-  std::size_t start = 0, stop = 11;
-  for (std::size_t i = 0; i < new_stations.size(); ++i) {
-    DEBUG_TRACE("\n");
-    for (std::size_t j = i + 1; j < new_stations.size(); ++j) {
-      Station& p1 = new_stations[i];
-      Station& p2 = new_stations[j];
-      DEBUG_TRACE("Pitting " << p1.get_name() << " against " << p2.get_name()
-                             << "\n");
-      // A pair none of whose trials produced a location is reported as not
-      // located, never with the verdicts left by the pair before it.
-      flag1 = flag2 = false;
-      if (!test_angle_fuzz(start, stop, p1, p2, loc, flag1, flag2)) {
-        DEBUG_TRACE("Doing extended search\n");
-        if (test_angle_fuzz(11, 21, p1, p2, loc, flag1, flag2)) {
-          start = 11;
-          stop = 21;
-        } else {
-          DEBUG_TRACE("Doing realy extended search\n");
-          test_angle_fuzz(21, 39, p1, p2, loc, flag1, flag2);
-          start = 21;
-          stop = 39;
-        }
-      }
-      if (!debug) {
-        if (flag1 && flag2)
-          output->valid(loc, p1, p2);
-        else
-          output->invalid(loc, p1, p2);
-      } else if (flag1 && flag2) {
-        std::cout << "kelvo project=round lat=64.61 long=18.71 dist=200. "
-                     "inch=9000. mapin=lyki2.gif mapout=lyki2.gif ";
-        p1.set_output(Station::OUTPUT_LONG_LAT, ",");
-        p2.set_output(Station::OUTPUT_LONG_LAT, ",");
-        loc.set_output(Station::OUTPUT_LONG_LAT, ",");
-        std::cout << "arc=" << p1 << "," << loc << " "
-                  << "arc=" << p2 << "," << loc << "\n";
-      }
-    }
-  }
+  cross_pairs(*output);
   output->epilog();
   if (separator == " ") std::cout << "\n";
   return 0;

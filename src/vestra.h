@@ -59,6 +59,11 @@ double read_double(const std::string& text, const std::string& what,
 long read_long(const std::string& text, const std::string& what,
                bool* overflow);
 
+class output_base;
+/// Crosses every pair of `new_stations` in command-line order (A-B, A-C,
+/// B-C, ...) and hands each result to the writer's valid or invalid.
+void cross_pairs(output_base& output);
+
 /// Writes the help text to the standard output.
 void usage(const char* arg);
 void deprecated_xxx();
