@@ -2,6 +2,7 @@
 #   make        install missing Debian packages, configure and build (build/vestra)
 #   make test   build and run the whole test suite
 #   make asan   the test suite again under AddressSanitizer + UBSan (build-asan/)
+#   make bench  the benchmarks (BENCH_ARGS passes options to Google Benchmark)
 
 BUILD ?= build
 ASAN_BUILD ?= build-asan
@@ -10,7 +11,7 @@ JOBS ?= $(shell nproc)
 PACKAGES = g++ cmake make libmsgsl-dev libgtest-dev libgmock-dev \
            libgeographiclib-dev nlohmann-json3-dev
 
-.PHONY: all deps build test asan clean
+.PHONY: all deps build test asan bench clean
 
 all: build
 
@@ -41,6 +42,15 @@ asan: deps
 	cmake -S . -B $(ASAN_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVESTRA_SANITIZE=ON
 	cmake --build $(ASAN_BUILD) -j$(JOBS)
 	ctest --test-dir $(ASAN_BUILD) --output-on-failure -j$(JOBS)
+
+# Benchmarks (Google Benchmark, GeographicLib as the reference).
+bench: deps
+	@dpkg-query -W -f='$${Status}\n' libbenchmark-dev 2>/dev/null | grep -q '^install ok installed' || \
+	  { [ "$$(id -u)" = 0 ] && apt-get install -y libbenchmark-dev; } || \
+	  { echo "  sudo apt-get install -y libbenchmark-dev"; exit 1; }
+	cmake -S . -B $(BUILD) -DVESTRA_BENCH=ON
+	cmake --build $(BUILD) -j$(JOBS) --target vestra_bench
+	$(BUILD)/bench/vestra_bench $(BENCH_ARGS)
 
 clean:
 	rm -rf $(BUILD) $(ASAN_BUILD)

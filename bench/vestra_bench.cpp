@@ -1,0 +1,178 @@
+// Benchmarks: the geodesic inverse against GeographicLib, one trial of the
+// checked search for each method, the worst-case search of one pair, and
+// whole pair loops over N stations.
+
+#include <benchmark/benchmark.h>
+
+#include <GeographicLib/Geodesic.hpp>
+
+#include <cmath>
+#include <ostream>
+#include <random>
+#include <streambuf>
+#include <vector>
+
+#include "GFC.h"
+#include "class_vestra.h"
+#include "distance.h"
+#include "norsar/baz_cross.h"
+#include "output.h"
+#include "vestra.h"
+
+namespace {
+
+struct PointPair {
+  double lat1, lon1, lat2, lon2;
+};
+
+// The same seeded 10,000 point pairs for both inverse solvers; nearly
+// antipodal pairs, where the iteration is cut off, are left out.
+const std::vector<PointPair>& point_pairs() {
+  static const std::vector<PointPair> pairs = [] {
+    std::mt19937_64 rng(20261123);
+    std::uniform_real_distribution<double> lat(-89.0, 89.0), lon(-180.0, 180.0);
+    std::vector<PointPair> v;
+    while (v.size() < 10000) {
+      PointPair p{lat(rng), lon(rng), lat(rng), lon(rng)};
+      if (angular_distance_deg(p.lat1, p.lon1, p.lat2, p.lon2) < 170.0)
+        v.push_back(p);
+    }
+    return v;
+  }();
+  return pairs;
+}
+
+void BM_CEarthInverse(benchmark::State& state) {
+  CEarth e(CEarth::WGS_84);
+  const auto& pairs = point_pairs();
+  std::size_t i = 0;
+  for (auto _ : state) {
+    const PointPair& p = pairs[i++ % pairs.size()];
+    CPolarCoordinate a, b;
+    a.Set(p.lat1, p.lon1, 0.0);
+    b.Set(p.lat2, p.lon2, 0.0);
+    double h12, h21;
+    benchmark::DoNotOptimize(e.GetSurfaceDistance(a, b, &h12, &h21));
+    benchmark::DoNotOptimize(h12);
+    benchmark::DoNotOptimize(h21);
+  }
+}
+BENCHMARK(BM_CEarthInverse);
+
+void BM_GeographicLibInverse(benchmark::State& state) {
+  const GeographicLib::Geodesic& g = GeographicLib::Geodesic::WGS84();
+  const auto& pairs = point_pairs();
+  std::size_t i = 0;
+  for (auto _ : state) {
+    const PointPair& p = pairs[i++ % pairs.size()];
+    double s12, azi1, azi2;
+    g.Inverse(p.lat1, p.lon1, p.lat2, p.lon2, s12, azi1, azi2);
+    benchmark::DoNotOptimize(s12);
+    benchmark::DoNotOptimize(azi1);
+    benchmark::DoNotOptimize(azi2);
+  }
+}
+BENCHMARK(BM_GeographicLibInverse);
+
+Station source(const char* name, double lat, double lon, double baz) {
+  Station s = create_station("Default", epoch, baz, baz, 0.1);
+  s.set_name(name);
+  s.set_latitude(lat);
+  s.set_longitude(lon);
+  return s;
+}
+
+// One trial of the search: the crossing and the check with its two inverse
+// problems and two heap records.
+void trial(benchmark::State& state, location_method method) {
+  Station s1 = source("A", 67.8, 20.4, 111.0311);
+  Station s2 = source("B", 64.0, 14.0, 66.4115);
+  Station loc = create_station("Default", epoch, 0, 0, 0);
+  bool f1 = false, f2 = false;
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(method(s1, s2, loc));
+    benchmark::DoNotOptimize(check_az(s1, s2, loc, f1, f2));
+  }
+}
+void BM_TrialOriginal(benchmark::State& state) {
+  trial(state, calculate_location_original);
+}
+void BM_TrialBackAzimuth(benchmark::State& state) {
+  trial(state, calculate_location_norsar);
+}
+BENCHMARK(BM_TrialOriginal);
+BENCHMARK(BM_TrialBackAzimuth);
+
+// The worst case of one pair: tolerance 0, so all three ranges are searched
+// (121 + 100 + 324 = 545 trials).
+void BM_WorstCasePair(benchmark::State& state) {
+  calculate_location = state.range(0) ? calculate_location_norsar
+                                      : calculate_location_original;
+  acceptable_deviation = 0.0;
+  Station s1 = source("A", 67.8, 20.4, 111.0311);
+  Station s2 = source("B", 64.0, 14.0, 66.4115);
+  Station loc = create_station("Default", epoch, 0, 0, 0);
+  for (auto _ : state) {
+    bool f1 = false, f2 = false;
+    if (!test_angle_fuzz(0, 11, s1, s2, loc, f1, f2) &&
+        !test_angle_fuzz(11, 21, s1, s2, loc, f1, f2))
+      test_angle_fuzz(21, 39, s1, s2, loc, f1, f2);
+    benchmark::DoNotOptimize(f1);
+  }
+  acceptable_deviation = 45.0;
+  calculate_location = calculate_location_original;
+}
+BENCHMARK(BM_WorstCasePair)->Arg(0)->Arg(1)->ArgName("backazimuth");
+
+// A stream that discards what is written to it.
+class null_buffer : public std::streambuf {
+ protected:
+  int overflow(int c) override { return c; }
+  std::streamsize xsputn(const char*, std::streamsize n) override { return n; }
+};
+
+// Whole pair loops: N stations on a ring of 3 degrees around 66 N, 20 E, all
+// aimed at its centre (the first trial confirms) or with tolerance 0 (every
+// pair's search is exhausted). Reports the time per pair.
+void BM_WholeRun(benchmark::State& state) {
+  const int n = static_cast<int>(state.range(0));
+  const bool exhausted = state.range(1) != 0;
+  const double clat = 66.0, clon = 20.0;
+  new_stations.clear();
+  CPolarCoordinate centre;
+  centre.Set(clat, clon, 0.0);
+  for (int k = 0; k < n; ++k) {
+    double a = 2 * 3.141592653589793 * k / n;
+    double lat = clat + 3.0 * std::cos(a);
+    double lon = clon + 6.0 * std::sin(a);
+    CPolarCoordinate here;
+    here.Set(lat, lon, 0.0);
+    double heading = 0.0;
+    earth.GetSurfaceDistance(here, centre, &heading, nullptr);
+    new_stations.push_back(
+        source(("S" + std::to_string(k)).c_str(), lat, lon, heading));
+  }
+  acceptable_deviation = exhausted ? 0.0 : 45.0;
+  null_buffer nb;
+  std::ostream sink(&nb);
+  std::string separator = "\n";
+  for (auto _ : state) {
+    output_normal writer(sink, separator);
+    cross_pairs(writer);
+  }
+  const double pairs = n * (n - 1) / 2.0;
+  state.counters["pairs"] = pairs;
+  state.counters["per_pair"] = benchmark::Counter(
+      pairs * static_cast<double>(state.iterations()),
+      benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+  acceptable_deviation = 45.0;
+  new_stations.clear();
+}
+BENCHMARK(BM_WholeRun)
+    ->ArgsProduct({{2, 10, 55, 200}, {0, 1}})
+    ->ArgNames({"N", "exhausted"})
+    ->Unit(benchmark::kMillisecond);
+
+}  // namespace
+
+BENCHMARK_MAIN();
