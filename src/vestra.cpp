@@ -55,10 +55,27 @@ constexpr int OPT_GPS = 271;
 constexpr int OPT_JSON = 272;
 constexpr int OPT_CATALOG_BASE = 272;  // catalog option code = base + station id
 
-// Ends the process after refused input.
-[[noreturn]] void vestra_exit(int status) { std::exit(status); }
-
 }  // namespace
+
+void (*vestra_exit_handler)(int) = std::exit;
+
+void vestra_exit(int status) {
+  vestra_exit_handler(status);
+  std::abort();  // a handler must not return
+}
+
+void reset_settings() {
+  debug = 0;
+  do_log = 1;
+  show_allstations = 0;
+  use_norsar = 0;
+  acceptable_deviation = 45.0;
+  default_sbaz = 0.1;
+  new_stations.clear();
+  calculate_location = calculate_location_original;
+  ellipsoid = CEarth::WGS_84;
+  earth.SetEllipsoid(CEarth::WGS_84);
+}
 
 const option long_options[98] = {
     {"kiruna", required_argument, nullptr, 'k'},

@@ -36,6 +36,16 @@ extern const char short_options[];
 /// ends the process with status 1.
 int vestra_main(int argc, char** argv);
 
+/// Ends the process with `status` (refused input: 1; the station listing: 0)
+/// through `vestra_exit_handler`.
+[[noreturn]] void vestra_exit(int status);
+/// What vestra_exit calls: std::exit. An in-process harness may install a
+/// handler that throws instead, to observe the exit; it must not return.
+extern void (*vestra_exit_handler)(int);
+/// Puts the process-wide settings and the source list back to their
+/// start-up values.
+void reset_settings();
+
 /// The program name from the first argument: lower-cased, without
 /// directories and extension. An empty argument vector is refused.
 std::string program_name(gsl::span<char*> args);
