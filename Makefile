@@ -3,6 +3,7 @@
 #   make test   build and run the whole test suite
 #   make asan   the test suite again under AddressSanitizer + UBSan (build-asan/)
 #   make bench  the benchmarks (BENCH_ARGS passes options to Google Benchmark)
+#   make fuzz   each libFuzzer target for FUZZ_SECONDS seconds (clang++, build-fuzz/)
 
 BUILD ?= build
 ASAN_BUILD ?= build-asan
@@ -11,7 +12,7 @@ JOBS ?= $(shell nproc)
 PACKAGES = g++ cmake make libmsgsl-dev libgtest-dev libgmock-dev \
            libgeographiclib-dev nlohmann-json3-dev
 
-.PHONY: all deps build test asan bench clean
+.PHONY: all deps build test asan bench fuzz clean
 
 all: build
 
@@ -52,5 +53,20 @@ bench: deps
 	cmake --build $(BUILD) -j$(JOBS) --target vestra_bench
 	$(BUILD)/bench/vestra_bench $(BENCH_ARGS)
 
+FUZZ_BUILD ?= build-fuzz
+FUZZ_SECONDS ?= 60
+fuzz: deps
+	@command -v clang++ >/dev/null || \
+	  { [ "$$(id -u)" = 0 ] && apt-get install -y clang libclang-rt-dev; } || \
+	  { echo "  sudo apt-get install -y clang libclang-rt-dev"; exit 1; }
+	CXX=clang++ cmake -S . -B $(FUZZ_BUILD) -DVESTRA_FUZZ=ON -DBUILD_TESTING=OFF \
+	  -DCMAKE_BUILD_TYPE=RelWithDebInfo
+	cmake --build $(FUZZ_BUILD) -j$(JOBS)
+	for t in cli numeric; do \
+	  mkdir -p $(FUZZ_BUILD)/corpus/$$t && \
+	  $(FUZZ_BUILD)/fuzz/$${t}_fuzzer -max_total_time=$(FUZZ_SECONDS) -close_fd_mask=3 \
+	    -timeout=10 $(abspath $(FUZZ_BUILD))/corpus/$$t $(CURDIR)/fuzz/corpus/$$t || exit 1; \
+	done
+
 clean:
-	rm -rf $(BUILD) $(ASAN_BUILD)
+	rm -rf $(BUILD) $(ASAN_BUILD) $(FUZZ_BUILD)
