@@ -6,12 +6,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cctype>
 #include <clocale>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <optional>
-#include <regex>
 #include <set>
 #include <sstream>
 #include <stdexcept>
@@ -26,9 +26,13 @@ namespace {
 constexpr std::size_t stamp_len = 17;
 
 bool starts_with_c_stamp(const std::string& line) {
-  static const std::regex stamp(R"(\d\d/\d\d/\d\d \d\d:\d\d:\d\d)");
-  return line.size() >= stamp_len &&
-         std::regex_match(line.substr(0, stamp_len), stamp);
+  const std::string form = "dd/dd/dd dd:dd:dd";  // d: a digit
+  if (line.size() < form.size()) return false;
+  for (std::size_t i = 0; i < form.size(); ++i)
+    if (form[i] == 'd' ? !std::isdigit(static_cast<unsigned char>(line[i]))
+                       : line[i] != form[i])
+      return false;
+  return true;
 }
 
 /// A fresh temporary directory, removed with its contents at the end.
