@@ -4,7 +4,11 @@
 
 #include <gtest/gtest.h>
 
+#include <iostream>
 #include <sstream>
+#include <vector>
+
+#include <nlohmann/json.hpp>
 
 namespace {
 
@@ -80,6 +84,102 @@ TEST(Writers, DebugTraceAtConstruction) {
   testing::internal::CaptureStderr();
   { output_normal w(o, sep); }
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+}  // namespace
+
+// ------------------------------------------------------------ other writers
+
+namespace {
+
+std::string run_json(const std::vector<bool>& results) {
+  std::string sep = "\n";
+  testing::internal::CaptureStdout();
+  {
+    output_json w(std::cout, sep);
+    Pair p;
+    w.prolog();
+    for (bool ok : results) {
+      if (ok)
+        w.valid(p.loc, p.p1, p.p2);
+      else
+        w.invalid(p.loc, p.p1, p.p2);
+    }
+    w.epilog();
+    std::cout.flush();
+  }
+  return testing::internal::GetCapturedStdout();
+}
+
+TEST(JsonWriter, OneValidResult) {
+  EXPECT_EQ(run_json({true}),
+            "[{\"arc\": { \"start\": {\"longitude\":20.4206,\"latitude\":67.8561}, "
+            "\"end\": {\"longitude\":21.25,\"latitude\":66.5}}},\n"
+            "{\"arc\": { \"start\": {\"longitude\":22.5043,\"latitude\":65.8629}, "
+            "\"end\": {\"longitude\":21.25,\"latitude\":66.5}}}]\n");
+  EXPECT_EQ(run_json({}), "[]\n");
+}
+
+TEST(JsonWriter, EveryMixIsOneJsonArray) {
+  const std::vector<std::vector<bool>> mixes = {
+      {}, {true}, {false}, {true, false}, {false, true, true, false, false}};
+  for (const auto& mix : mixes) {
+    const std::string text = run_json(mix);
+    nlohmann::json doc = nlohmann::json::parse(text);  // throws if malformed
+    ASSERT_TRUE(doc.is_array());
+    ASSERT_EQ(doc.size(), 2 * mix.size());
+    for (std::size_t i = 0; i < mix.size(); ++i) {
+      const auto& first = doc[2 * i];
+      if (mix[i]) {
+        EXPECT_EQ(first["arc"]["end"]["latitude"], 66.5);
+      } else {
+        EXPECT_EQ(first["line"]["dir"], 135);
+        EXPECT_EQ(doc[2 * i + 1]["line"]["length"], 65000);
+      }
+    }
+    // n results are separated by n - 1 ",\n" written before all but the first.
+    std::size_t seps = 0;
+    for (auto pos = text.find("}},\n{"); pos != std::string::npos;
+         pos = text.find("}},\n{", pos + 1))
+      ++seps;
+    EXPECT_EQ(seps, mix.size() + (mix.empty() ? 0 : mix.size() - 1));
+  }
+}
+
+TEST(JsonWriter, LeavesTheStationsUnchanged) {
+  std::ostringstream o;
+  std::string sep = "\n";
+  output_json w(o, sep);
+  Pair p;
+  w.valid(p.loc, p.p1, p.p2);
+  for (Station* s : {&p.p1, &p.p2, &p.loc})
+    EXPECT_EQ(s->get_output(), Station::OUTPUT_LAT_LONG);
+}
+
+TEST(GpsWriter, ValidAndInvalidLines) {
+  std::ostringstream o;
+  std::string sep = " ";
+  output_gps w(o, sep);
+  Pair p;
+  w.valid(p.loc, p.p1, p.p2);
+  p.loc.set_latitude(48.83);
+  p.loc.set_longitude(-0.55);
+  w.valid(p.loc, p.p1, p.p2);
+  w.invalid(p.loc, p.p1, p.p2);
+  EXPECT_EQ(o.str(),
+            "E21 15.000 N66 30.000\nW0 33.000 N48 49.800\nN00 00.000 E00 00.000\n");
+  EXPECT_EQ(p.loc.get_output(), Station::OUTPUT_DM_LONG_LAT);
+  EXPECT_EQ(p.loc.separator, ",");
+}
+
+TEST(CleanWriter, InvalidLineNeverPrintsStations) {
+  std::ostringstream o;
+  std::string sep = " ";
+  output_clean w(o, sep);
+  Pair p;
+  w.invalid(p.loc, p.p1, p.p2);
+  EXPECT_EQ(o.str(), "-1000 -1000 0 0\n");
+  EXPECT_EQ(p.loc.get_output(), Station::OUTPUT_LAT_LONG);
 }
 
 }  // namespace
