@@ -96,6 +96,15 @@ class CEarthCoordinate {
 
 /// A reference ellipsoid and the services measured on it.
 class CEarth {
+ protected:
+  // The ellipsoid in force.  These come first in the object, ahead of the
+  // two enumeration members below.
+  double m_PolarRadiusInMeters;       ///< b, semi-minor axis, metres
+  double m_EquatorialRadiusInMeters;  ///< a, semi-major axis, metres
+  double m_Flattening;                ///< f = |a - b| / a (not 1/f)
+  double m_EccentricitySquared;       ///< e^2 = 2f - f^2; exactly 0 if f is 0
+  int m_EllipsoidID;                  ///< the _EllipsoidType in force
+
  public:
   enum _EllipsoidType {
     Unknown = 0,
@@ -193,12 +202,6 @@ class CEarth {
   virtual const char* GetEllipsoidName();
 
  protected:
-  double m_PolarRadiusInMeters;       ///< b, metres
-  double m_EquatorialRadiusInMeters;  ///< a, metres
-  double m_Flattening;                ///< f = |a - b| / a
-  double m_EccentricitySquared;       ///< e^2 = 2f - f^2
-  int m_EllipsoidID;                  ///< the _EllipsoidType in force
-
   void m_ComputeFlattening();
   void m_ComputeEccentricitySquared();
   void m_Initialize();
