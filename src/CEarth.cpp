@@ -19,8 +19,13 @@
 //   cz          cos(2 sigma_m), sigma_m the arc from the equator to the
 //               mid-point of the geodesic; e = 2 cz^2 - 1 = cos(4 sigma_m).
 //   c           Vincenty's C, the correction to the longitude difference.
-//   C, D        the series factors of the arc length (A and B in Vincenty's
-//               paper) written in terms of the auxiliary X (or x).
+//   s, B, F     in the inverse problem cos U1 cos U2, cos U1 sin U2 and
+//               sin U1 sin U2 (U the reduced latitudes); T1 and T2 the
+//               sine and cosine parts of the azimuth at point 1.
+//   X (or x)    Vincenty's k1 = (sqrt(1 + u^2) - 1) / (sqrt(1 + u^2) + 1),
+//               u^2 = cos^2 alpha (a^2 - b^2) / b^2.
+//   C, D        the series factors of the arc length in terms of k1:
+//               C is Vincenty's A, D is minus his B.
 // All arithmetic is in double precision, evaluated in the order written.
 
 #include "GFC.h"

@@ -144,9 +144,14 @@ class CEarth {
   explicit CEarth(int ellipsoid_identifier = WGS_84);
   virtual ~CEarth();
 
+  /// As the direct problem, with distance the straight line (metres) from
+  /// point_1 at its height to a point at height_above_surface_of_point_2.
   virtual void AddLineOfSightDistanceAndDirectionToCoordinate(
       const CPolarCoordinate& point_1, double distance, double direction,
       CPolarCoordinate& point_2, double height_above_surface_of_point_2);
+  /// Point reached from point_1 along the geodesic of length distance
+  /// (metres) leaving in direction (degrees clockwise from north), by
+  /// Vincenty's direct formula.  The height of a polar point_2 is not written.
   virtual void AddSurfaceDistanceAndDirectionToCoordinate(
       const CEarthCoordinate& point_1, double distance, double direction,
       CEarthCoordinate& point_2);
@@ -163,6 +168,7 @@ class CEarth {
                        CPolarCoordinate& polar_coordinate) const;
   virtual void Convert(const CPolarCoordinate& polar_coordinate,
                        CEarthCoordinate& cartesian_coordinate) const;
+  /// sqrt(17 h): h in metres gives the horizon distance in kilometres.
   virtual double GetDistanceToHorizon(const CEarthCoordinate& point_1) const;
   virtual double GetDistanceToHorizon(const CPolarCoordinate& point_1) const;
   virtual double GetEquatorialRadiusInMeters() const;
@@ -178,6 +184,11 @@ class CEarth {
                                         const CPolarCoordinate& point_2) const;
   virtual double GetLineOfSightDistance(const CPolarCoordinate& point_1,
                                         const CPolarCoordinate& point_2) const;
+  /// Geodesic distance (metres) between two points, by Vincenty's inverse
+  /// formula; heights are ignored.  Non-null pointers receive the azimuth
+  /// (degrees clockwise from north) at point 1 toward point 2, in [0, 360),
+  /// and at point 2 back toward point 1, in [0, 360].  Earth-centred points
+  /// are converted first.
   virtual double GetSurfaceDistance(
       const CEarthCoordinate& point_1, const CEarthCoordinate& point_2,
       double* heading_from_point_1_to_point_2_p = nullptr,
