@@ -96,6 +96,15 @@ class CEarthCoordinate {
 
 /// A reference ellipsoid and the services measured on it.
 class CEarth {
+ protected:
+  // The ellipsoid in force.  These come first in the object, ahead of the
+  // two enumeration members below.
+  double m_PolarRadiusInMeters;       ///< b, semi-minor axis, metres
+  double m_EquatorialRadiusInMeters;  ///< a, semi-major axis, metres
+  double m_Flattening;                ///< f = |a - b| / a (not 1/f)
+  double m_EccentricitySquared;       ///< e^2 = 2f - f^2; exactly 0 if f is 0
+  int m_EllipsoidID;                  ///< the _EllipsoidType in force
+
  public:
   enum _EllipsoidType {
     Unknown = 0,
@@ -135,9 +144,14 @@ class CEarth {
   explicit CEarth(int ellipsoid_identifier = WGS_84);
   virtual ~CEarth();
 
+  /// As the direct problem, with distance the straight line (metres) from
+  /// point_1 at its height to a point at height_above_surface_of_point_2.
   virtual void AddLineOfSightDistanceAndDirectionToCoordinate(
       const CPolarCoordinate& point_1, double distance, double direction,
       CPolarCoordinate& point_2, double height_above_surface_of_point_2);
+  /// Point reached from point_1 along the geodesic of length distance
+  /// (metres) leaving in direction (degrees clockwise from north), by
+  /// Vincenty's direct formula.  The height of a polar point_2 is not written.
   virtual void AddSurfaceDistanceAndDirectionToCoordinate(
       const CEarthCoordinate& point_1, double distance, double direction,
       CEarthCoordinate& point_2);
@@ -154,6 +168,7 @@ class CEarth {
                        CPolarCoordinate& polar_coordinate) const;
   virtual void Convert(const CPolarCoordinate& polar_coordinate,
                        CEarthCoordinate& cartesian_coordinate) const;
+  /// sqrt(17 h): h in metres gives the horizon distance in kilometres.
   virtual double GetDistanceToHorizon(const CEarthCoordinate& point_1) const;
   virtual double GetDistanceToHorizon(const CPolarCoordinate& point_1) const;
   virtual double GetEquatorialRadiusInMeters() const;
@@ -169,6 +184,11 @@ class CEarth {
                                         const CPolarCoordinate& point_2) const;
   virtual double GetLineOfSightDistance(const CPolarCoordinate& point_1,
                                         const CPolarCoordinate& point_2) const;
+  /// Geodesic distance (metres) between two points, by Vincenty's inverse
+  /// formula; heights are ignored.  Non-null pointers receive the azimuth
+  /// (degrees clockwise from north) at point 1 toward point 2, in [0, 360),
+  /// and at point 2 back toward point 1, in [0, 360].  Earth-centred points
+  /// are converted first.
   virtual double GetSurfaceDistance(
       const CEarthCoordinate& point_1, const CEarthCoordinate& point_2,
       double* heading_from_point_1_to_point_2_p = nullptr,
@@ -193,12 +213,6 @@ class CEarth {
   virtual const char* GetEllipsoidName();
 
  protected:
-  double m_PolarRadiusInMeters;       ///< b, metres
-  double m_EquatorialRadiusInMeters;  ///< a, metres
-  double m_Flattening;                ///< f = |a - b| / a
-  double m_EccentricitySquared;       ///< e^2 = 2f - f^2
-  int m_EllipsoidID;                  ///< the _EllipsoidType in force
-
   void m_ComputeFlattening();
   void m_ComputeEccentricitySquared();
   void m_Initialize();
