@@ -90,6 +90,14 @@ double dpythag(double a, double b) {
   return absb * std::sqrt(1 + (t * t));
 }
 
+double depi_walk_step(double range) {
+  if (range >= 100) return range / 200;
+  if (range > 10) return range / 100;
+  if (range > 0.05) return range / 15;
+  if (range <= 0.05) return 0;
+  return not_a_number;
+}
+
 // depi: distance and azimuths between R (rlat, rlon) and E (elat, elon).
 //
 // Given:
@@ -107,8 +115,10 @@ double dpythag(double a, double b) {
 //      of a walk from R along `bazd`, the azimuth at R towards E.
 //   2. Poles are tested by exact comparison of the colatitudes with 0 and
 //      180, which the latitude conversion gives exactly at +-90.
-//   3. The walk is bounded by max_walk_points; a range that is not a number
-//      makes no walk at all and gives not-a-number kilometres.
+//   3. The walk steps by depi_walk_step(range) while the distance walked
+//      is not beyond the range, and stops after max_walk_points points
+//      whatever the step; a range that is not a number makes no point at
+//      all and gives not-a-number kilometres.
 void depi(double rlat, double rlon, double elat, double elon, double& deld,
           double& delk, double& azid, double& bazd, double& d2km) {
   // Coincident points.
@@ -226,19 +236,11 @@ void depi(double rlat, double rlon, double elat, double elon, double& deld,
 
   // Kilometres: short ranges take the radius at R, longer ones the mean
   // radius over a walk along the path.
-  double step;
-  if (range >= 100) {
-    step = range / 200;
-  } else if (range > 10) {
-    step = range / 100;
-  } else if (range > 0.05) {
-    step = range / 15;
-  } else if (range <= 0.05) {
+  double step = depi_walk_step(range);
+  if (step == 0) {
     d2km = radloc_geographic(rlat) * deg2rad;
     delk = d2km * range;
     return;
-  } else {
-    step = not_a_number;  // range not a number: the walk makes no point
   }
 
   double srad = 0;

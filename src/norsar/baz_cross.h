@@ -29,6 +29,12 @@ double radloc_geocentric(double dlat0);
 /// one unit, the result in the same unit.
 double dpythag(double a, double b);
 
+/// Step (degrees of arc) of the walk with which depi measures a path of
+/// `range` degrees: range/200 from 100 on, range/100 above 10, range/15
+/// above 0.05; 0 (no walk) for a range up to 0.05; not-a-number for a range
+/// that is not a number.
+double depi_walk_step(double range);
+
 /// Distance and azimuths between point R and point E.
 /// @param[in] rlat, rlon  point R, geographic latitude and longitude (degrees)
 /// @param[in] elat, elon  point E, geographic latitude and longitude (degrees)
