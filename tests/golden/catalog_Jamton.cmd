@@ -1,3 +1,3 @@
-# The catalog option --Jamton makes "Jamton"; --j2 makes "Lulea2".
-args: --no-log --debug --Jamton=60 --j2=60 --kiruna=130
+# The catalog option --Jamton makes the station "Jamton".
+args: --no-log --debug --Jamton=60 --kiruna=130
 status: 0
