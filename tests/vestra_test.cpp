@@ -101,3 +101,43 @@ TEST(OptionTable, Shape) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(Sources, DeviationFromSbazAtTheTimeOrFromTheValue) {
+  reset_settings();
+  get_station_azimuth("Kiruna", "120");
+  default_sbaz = 2.0;
+  get_station_azimuth("Jamton_M1", "130:3");
+  get_station_azimuth("Lulea", " 140deg:4");  // text before ':' is skipped
+  new_station("A:60:15:150");
+  new_station("B:60:15:160:0.5");
+  new_station("C:60:15:170:   ");  // a blank fifth field keeps the default
+  new_station("D:60:15:180:x");    // a fifth field that is no number reads 0
+  ASSERT_EQ(new_stations.size(), 7u);
+  const double sbaz[] = {0.1, 3, 4, 2, 0.5, 2, 0};
+  const double baz[] = {120, 130, 140, 150, 160, 170, 180};
+  for (std::size_t i = 0; i < 7; ++i) {
+    EXPECT_EQ(new_stations[i].sbaz, sbaz[i]) << i;
+    EXPECT_EQ(new_stations[i].baz, baz[i]) << i;
+    EXPECT_EQ(new_stations[i].baz_original, baz[i]) << i;
+  }
+  EXPECT_EQ(new_stations[1].get_name(), "Jamton M1");
+  EXPECT_EQ(new_stations[3].get_name(), "A");
+  EXPECT_EQ(new_stations[3].get_latitude(), 60.0);
+  EXPECT_EQ(new_stations[3].get_longitude(), 15.0);
+  reset_settings();
+}
+
+TEST(Sources, AdHocFieldsSkipTextAfterTheNumber) {
+  reset_settings();
+  new_station(":1.5deg:2.5W:90");
+  ASSERT_EQ(new_stations.size(), 1u);
+  EXPECT_EQ(new_stations[0].get_name(), "");
+  EXPECT_EQ(new_stations[0].get_latitude(), 1.5);
+  EXPECT_EQ(new_stations[0].get_longitude(), 2.5);
+  EXPECT_EQ(new_stations[0].baz, 90.0);
+  reset_settings();
+}
+
+}  // namespace

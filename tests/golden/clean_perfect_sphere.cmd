@@ -1,0 +1,3 @@
+# The ellipsoid of the check also measures the travel times.
+args: --no-log --clean --ellipsoid=1 -k 111 -l 66
+status: 0

@@ -1,0 +1,2 @@
+args: --no-log --space --gps -k 111 -l 66
+status: 0

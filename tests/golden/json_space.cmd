@@ -1,0 +1,2 @@
+args: --no-log --json --space -k 111 -l 66
+status: 0

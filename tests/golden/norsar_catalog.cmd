@@ -1,0 +1,3 @@
+# The back-azimuth method on catalog stations.
+args: --no-log --norsar -k 111 -l 66
+status: 0

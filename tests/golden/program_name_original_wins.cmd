@@ -1,0 +1,4 @@
+# --original after a selecting program name switches back.
+argv0: vestra-back-azimuths
+args: --no-log --original --new-station=A:67.8:20.4:111.0311 --new-station=B:64.0:14.0:66.4115
+status: 0

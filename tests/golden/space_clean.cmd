@@ -1,0 +1,3 @@
+# The same in the other option order.
+args: --no-log --space --clean -k 111 -l 66
+status: 0
