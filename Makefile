@@ -2,15 +2,18 @@
 #   make        install missing Debian packages, configure and build (build/vestra)
 #   make test   build and run the whole test suite
 #   make asan   the test suite again under AddressSanitizer + UBSan (build-asan/)
+#   make install PREFIX=/usr/local
+#               install the program, its manual page and bash completion
 
 BUILD ?= build
 ASAN_BUILD ?= build-asan
 JOBS ?= $(shell nproc)
+PREFIX ?= /usr/local
 # Debian packages the build and the tests need.
 PACKAGES = g++ cmake make libmsgsl-dev libgtest-dev libgmock-dev \
-           libgeographiclib-dev nlohmann-json3-dev
+           libgeographiclib-dev nlohmann-json3-dev groff-base man-db
 
-.PHONY: all deps build test asan clean
+.PHONY: all deps build test install asan clean
 
 all: build
 
@@ -36,6 +39,9 @@ build: deps $(BUILD)/CMakeCache.txt
 
 test: build
 	ctest --test-dir $(BUILD) --output-on-failure -j$(JOBS)
+
+install: build
+	cmake --install $(BUILD) --prefix $(PREFIX)
 
 asan: deps
 	cmake -S . -B $(ASAN_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVESTRA_SANITIZE=ON
