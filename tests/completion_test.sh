@@ -37,9 +37,9 @@ expect_nospace() {
 
 # Registration, for every program name that the installation provides.
 for name in vestra vestra-norsar; do
-    spec=$(complete -p "$name" 2>/dev/null)
-    [[ $spec == *"-F _vestra "* ]] ||
-        { echo "FAIL: complete -p $name: [$spec]"; failures=$((failures + 1)); }
+    registered=$(complete -p "$name" 2>/dev/null)
+    [[ $registered == *"-F _vestra "* ]] ||
+        { echo "FAIL: complete -p $name: [$registered]"; failures=$((failures + 1)); }
 done
 
 # Long options: a value-taking option stops at its "=" without a blank.
