@@ -4,15 +4,18 @@
 #   make asan   the test suite again under AddressSanitizer + UBSan (build-asan/)
 #   make bench  the benchmarks (BENCH_ARGS passes options to Google Benchmark)
 #   make fuzz   each libFuzzer target for FUZZ_SECONDS seconds (clang++, build-fuzz/)
+#   make install PREFIX=/usr/local
+#               install the program, its manual page and bash completion
 
 BUILD ?= build
 ASAN_BUILD ?= build-asan
 JOBS ?= $(shell nproc)
+PREFIX ?= /usr/local
 # Debian packages the build and the tests need.
 PACKAGES = g++ cmake make libmsgsl-dev libgtest-dev libgmock-dev \
-           libgeographiclib-dev nlohmann-json3-dev
+           libgeographiclib-dev nlohmann-json3-dev groff-base man-db
 
-.PHONY: all deps build test asan bench fuzz clean
+.PHONY: all deps build test install asan bench fuzz clean
 
 all: build
 
@@ -38,6 +41,9 @@ build: deps $(BUILD)/CMakeCache.txt
 
 test: build
 	ctest --test-dir $(BUILD) --output-on-failure -j$(JOBS)
+
+install: build
+	cmake --install $(BUILD) --prefix $(PREFIX)
 
 asan: deps
 	cmake -S . -B $(ASAN_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo -DVESTRA_SANITIZE=ON

@@ -1,0 +1,56 @@
+#!/usr/bin/env bash
+# Installation into a fresh prefix: the program, the link that selects the
+# back-azimuth method, the manual page and the bash completion, and both
+# installed names run.
+# Usage: install_test.sh CMAKE BUILD_DIR
+set -u
+cmake=$1 build=$2
+failures=0
+fail() { echo "FAIL: $*"; failures=$((failures + 1)); }
+
+tmp=$(mktemp -d)
+trap 'rm -rf "$tmp"' EXIT
+prefix=$tmp/prefix
+
+"$cmake" --install "$build" --prefix "$prefix" >"$tmp/install.log" 2>&1 ||
+    { cat "$tmp/install.log"; echo "FAIL: cmake --install"; exit 1; }
+
+bin=$prefix/bin
+[[ -x $bin/vestra && ! -L $bin/vestra ]] || fail "bin/vestra missing"
+[[ -L $bin/vestra-norsar && $(readlink "$bin/vestra-norsar") == vestra ]] ||
+    fail "bin/vestra-norsar is not a link to vestra"
+[[ $(readlink -f "$bin/vestra-norsar") == "$(readlink -f "$bin/vestra")" ]] ||
+    fail "bin/vestra-norsar does not resolve to bin/vestra"
+[[ -s $prefix/share/man/man1/vestra.1 ]] || fail "share/man/man1/vestra.1 missing"
+comp=$prefix/share/bash-completion/completions
+[[ -s $comp/vestra ]] || fail "completion script missing"
+[[ -L $comp/vestra-norsar && $(readlink "$comp/vestra-norsar") == vestra ]] ||
+    fail "completion link for vestra-norsar missing"
+grep -qx "$bin/vestra-norsar" "$build/install_manifest.txt" ||
+    fail "link not in the install manifest"
+# Installing again over the first installation works.
+"$cmake" --install "$build" --prefix "$prefix" >"$tmp/install.log" 2>&1 ||
+    fail "second cmake --install"
+
+# The installed names run, from a scratch directory: the listing, and a
+# location run that must not leave a run log behind.
+mkdir "$tmp/run" && cd "$tmp/run" || exit 1
+for name in vestra vestra-norsar; do
+    "$bin/$name" --display >"$tmp/$name.display"
+    status=$?
+    lines=$(wc -l <"$tmp/$name.display")
+    ((status == 0 && lines == 56)) ||
+        fail "$name --display: status $status, $lines lines"
+    "$bin/$name" --no-log --kiruna=111 --lycksele=66 >"$tmp/$name.out" 2>&1 ||
+        fail "$name location run: status $?"
+    [[ -s $tmp/$name.out ]] || fail "$name location run wrote nothing"
+    "$bin/$name" --no-log --kiruna=111 >/dev/null 2>&1
+    (($? == 1)) || fail "$name with one station: status is not 1"
+done
+[[ ! -e logfile ]] || fail "--no-log left a run log"
+
+if ((failures)); then
+    echo "$failures installation check(s) failed"
+    exit 1
+fi
+echo "installation checks passed"

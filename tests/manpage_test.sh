@@ -1,0 +1,58 @@
+#!/usr/bin/env bash
+# The generated manual page: formats without a single warning, documents
+# every long option of the program and no option it does not have, and
+# lists the catalog as the program itself does.
+# Usage: manpage_test.sh PAGE DOCGEN VESTRA
+set -u
+page=$1 docgen=$2 vestra=$3
+failures=0
+fail() { echo "FAIL: $*"; failures=$((failures + 1)); }
+
+# Formatting: groff with all warnings, then man-db's own check when present.
+out=$(groff -t -man -ww -z "$page" 2>&1)
+[[ -z $out ]] || fail "groff warnings:"$'\n'"$out"
+if command -v man >/dev/null; then
+    out=$(MANWIDTH=80 man --warnings -E UTF-8 -l "$page" 2>&1 >/dev/null)
+    [[ -z $out ]] || fail "man warnings:"$'\n'"$out"
+fi
+grep -n '@[A-Z_]*@' "$page" && fail "markers left in the page"
+
+# Options: the set of --names in the page against the program's table.
+# Exceptions: "disp", the example of an abbreviation, and "kiruna1", the
+# help text's mistake.
+documented=$(grep -o '\\-\\-[A-Za-z0-9_]*\(\\-[A-Za-z0-9_]\+\)*' "$page" |
+             sed 's/\\-/-/g; s/^--//' | sort -u)
+options=$("$docgen" --options | sort -u)
+missing=$(comm -13 <(echo "$documented") <(echo "$options"))
+[[ -z $missing ]] || fail "options not documented:" $missing
+unknown=$(comm -23 <(echo "$documented") <(echo "$options") | grep -vx -e disp -e kiruna1)
+[[ -z $unknown ]] || fail "documented options the program lacks:" $unknown
+(($(echo "$options" | wc -l) == 97)) || fail "expected 97 long options"
+
+# Catalog: one row per station, named as the station listing names them
+# (the listing shows Default first and last), at the listing's coordinates
+# (6 significant digits there, 5 decimals here).
+catalog=$(sed -n '/^Option|Name|/,/^\.TE/p' "$page" | grep '^\\-\\-' | sed 's/\\-/-/g')
+rows=$(grep -c . <<<"$catalog")
+((rows == 55)) || fail "catalog has $rows rows, expected 55"
+listing=$("$vestra" --display | tail -n +2)
+listed=$(cut -f1 <<<"$listing" | sed 's/ *$//')
+tabled=$(cut -d'|' -f2 <<<"$catalog")
+[[ $listed == "$tabled" ]] ||
+    fail "catalog names differ from --display:"$'\n'"$(diff <(echo "$listed") <(echo "$tabled"))"
+mismatches=$(paste -d'|' <(cut -f4,5 --output-delimiter='|' <<<"$listing") \
+                         <(cut -d'|' -f2-4 <<<"$catalog") |
+    awk -F'|' 'function near(x, y) { return (x > y ? x - y : y - x) <= 1e-5 * (x < 0 ? -x : x) + 1e-5 }
+               $1 != 1000 && !(near($2, $4) && near($1, $5)) { print $3 ": listing " $2 " " $1 ", page " $4 " " $5 }')
+[[ -z $mismatches ]] || fail "coordinates differ:"$'\n'"$mismatches"
+
+# Ellipsoids 1 to 25, the default marked.
+erows=$(sed -n '/^N|Ellipsoid/,/^\.TE/p' "$page" | grep -c '^[0-9]')
+((erows == 25)) || fail "ellipsoid table has $erows rows, expected 25"
+grep -qx '25|WGS_84 (default)' "$page" || fail "WGS_84 not marked as default"
+
+if ((failures)); then
+    echo "$failures manual page check(s) failed"
+    exit 1
+fi
+echo "manual page checks passed"
