@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -138,6 +140,133 @@ TEST(Sources, AdHocFieldsSkipTextAfterTheNumber) {
   EXPECT_EQ(new_stations[0].get_longitude(), 2.5);
   EXPECT_EQ(new_stations[0].baz, 90.0);
   reset_settings();
+}
+
+}  // namespace
+
+// ------------------------------------------------------------ checked search
+
+namespace {
+
+Station source(const char* name, double lat, double lon, double baz) {
+  Station s = create_station("Default", epoch, baz, baz, 0.1);
+  s.set_name(name);
+  s.set_latitude(lat);
+  s.set_longitude(lon);
+  return s;
+}
+
+// A stand-in location method: records the bearings of every trial and
+// answers with a fixed location or an error.
+struct Trials {
+  static inline std::vector<std::pair<double, double>> seen;
+  static inline double lat = 0, lon = 0;
+  static inline int code = 0;
+  static int method(const Station& s1, const Station& s2, Station& loc) {
+    seen.emplace_back(s1.baz, s2.baz);
+    if (code == 0) {
+      loc.set_latitude(lat);
+      loc.set_longitude(lon);
+    }
+    return code;
+  }
+  static void reset(double la, double lo, int c) {
+    seen.clear();
+    lat = la;
+    lon = lo;
+    code = c;
+    calculate_location = method;
+  }
+};
+
+class Search : public testing::Test {
+ protected:
+  void SetUp() override { reset_settings(); }
+  void TearDown() override { reset_settings(); }
+  Station loc = create_station("Default", epoch, 0, 0, 0);
+  bool flag1 = true, flag2 = true;
+};
+
+TEST_F(Search, FoldedDifferenceAgainstTheTolerance) {
+  // The heading from (0, 0) to this point is about 350 degrees; a bearing of
+  // 10 differs from it by 20 after the fold.
+  Station s1 = source("A", 0.0, 0.0, 10.0);
+  Station s2 = source("B", 0.0, 0.0, 10.0);
+  loc.set_latitude(10.0);
+  loc.set_longitude(-1.77);
+  EXPECT_TRUE(check_az(s1, s2, loc, flag1, flag2));
+  acceptable_deviation = 19.0;
+  EXPECT_FALSE(check_az(s1, s2, loc, flag1, flag2));
+  EXPECT_FALSE(flag1);
+  EXPECT_FALSE(flag2);
+  // A NaN heading disagrees whatever the tolerance.
+  acceptable_deviation = 1e300;
+  loc.set_latitude(std::nan(""));
+  EXPECT_FALSE(check_az(s1, s2, loc, flag1, flag2));
+}
+
+TEST_F(Search, TrialOrderOuterStationOneInnerStationTwo) {
+  Station s1 = source("A", 60, 10, 100);
+  Station s2 = source("B", 61, 12, 200);
+  Trials::reset(std::nan(""), 0, 0);  // never confirmed
+  EXPECT_FALSE(test_angle_fuzz(0, 3, s1, s2, loc, flag1, flag2));
+  ASSERT_EQ(Trials::seen.size(), 9u);
+  EXPECT_EQ(Trials::seen[0], std::make_pair(100.0, 200.0));
+  EXPECT_EQ(Trials::seen[1], std::make_pair(100.0, 200.1));
+  EXPECT_EQ(Trials::seen[2], std::make_pair(100.0, 199.9));
+  EXPECT_EQ(Trials::seen[3], std::make_pair(100.1, 200.0));
+  EXPECT_EQ(Trials::seen[8], std::make_pair(99.9, 199.9));
+  // The working bearings keep the last trial; the measured ones never change.
+  EXPECT_EQ(s1.baz, 99.9);
+  EXPECT_EQ(s1.baz_original, 100.0);
+  EXPECT_EQ(s2.baz_original, 200.0);
+}
+
+TEST_F(Search, FirstConfirmedTrialEndsTheSearch) {
+  Station s1 = source("A", 60, 10, 90);
+  Station s2 = source("B", 60, 12, 270);
+  Trials::reset(60.01, 11, 0);  // between the two, on both bearings
+  EXPECT_TRUE(test_angle_fuzz(0, 11, s1, s2, loc, flag1, flag2));
+  EXPECT_EQ(Trials::seen.size(), 1u);
+  EXPECT_TRUE(flag1 && flag2);
+}
+
+TEST_F(Search, IdenticalStationsAreRefusedWithoutATrial) {
+  Station s1 = source("A", 60, 10, 90);
+  Station s2 = source("A", 60, 10, 45);
+  Trials::reset(60, 11, 0);
+  EXPECT_TRUE(test_angle_fuzz(0, 11, s1, s2, loc, flag1, flag2));
+  EXPECT_TRUE(Trials::seen.empty());
+  EXPECT_FALSE(flag1 || flag2);
+  // Same place, other name: searched as usual.
+  s2.set_name("B");
+  test_angle_fuzz(0, 1, s1, s2, loc, flag1, flag2);
+  EXPECT_EQ(Trials::seen.size(), 1u);
+}
+
+TEST_F(Search, CrossingBeyondAQuarterCircleStopsAtOnce) {
+  Station s1 = source("A", 0, 0, 90);
+  Station s2 = source("B", 0, 10, 270);
+  Trials::reset(0, 120, 0);
+  EXPECT_TRUE(test_angle_fuzz(0, 11, s1, s2, loc, flag1, flag2));
+  EXPECT_EQ(Trials::seen.size(), 1u);
+  EXPECT_FALSE(flag1 || flag2);
+}
+
+TEST_F(Search, MethodErrorsLeaveTheFlagsAndTryEveryOffset) {
+  Station s1 = source("A", 0, 0, 90);
+  Station s2 = source("B", 0, 10, 270);
+  Trials::reset(0, 5, 10);
+  flag1 = false;
+  flag2 = true;
+  EXPECT_FALSE(test_angle_fuzz(11, 21, s1, s2, loc, flag1, flag2));
+  EXPECT_EQ(Trials::seen.size(), 100u);
+  EXPECT_FALSE(flag1);
+  EXPECT_TRUE(flag2);
+  // An empty range makes no trial and returns the flags as they stand.
+  flag1 = true;
+  EXPECT_TRUE(test_angle_fuzz(5, 5, s1, s2, loc, flag1, flag2));
+  EXPECT_EQ(Trials::seen.size(), 100u);
 }
 
 }  // namespace
