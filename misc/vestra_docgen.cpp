@@ -13,6 +13,13 @@
 //   @VALUE_OPTIONS@    the long options that take a value, "--name=" each
 //   @FLAG_OPTIONS@     the long options without a value, "--name" each
 //   @VERSION@          the project version
+//   @GOLDEN:case@      the expected standard output of the end-to-end case
+//                      tests/golden/case (its .out), one troff line per line
+//   @GOLDEN-ERR:case@  the same for its standard error stream (its .err)
+//   @GOLDEN-CMD:case@  the case's command line, "vestra" and its arguments,
+//                      continued on further lines when it is long
+// The case markers stand on a line of their own inside an example block; a
+// case that does not exist, or whose file is empty, is an error.
 
 #include <cmath>
 #include <cstdio>
@@ -22,9 +29,14 @@
 #include <regex>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "GFC.h"
 #include "vestra.h"
+
+#ifndef VESTRA_GOLDEN_DIR
+#error "VESTRA_GOLDEN_DIR must name the directory of the end-to-end cases"
+#endif
 
 #ifndef VESTRA_PROJECT_VERSION
 #define VESTRA_PROJECT_VERSION "unknown"
@@ -114,6 +126,107 @@ std::map<std::string, std::string> markers() {
   return m;
 }
 
+bool read_text(const std::string& path, std::string& text) {
+  std::ifstream in(path, std::ios::binary);
+  if (!in) return false;
+  std::stringstream buffer;
+  buffer << in.rdbuf();
+  text = buffer.str();
+  return true;
+}
+
+// Every line of `text` as a troff input line; no line end after the last.
+std::string troff_lines(const std::string& text) {
+  std::istringstream in(text);
+  std::string out;
+  bool first = true;
+  for (std::string line; std::getline(in, line); first = false)
+    out += (first ? "" : "\n") + troff(line);
+  return out;
+}
+
+// The arguments of a case's .cmd file, read as the end-to-end test reads
+// them: "args:" splits at blanks, "arg:" is one argument, "argv0:" the name.
+bool case_command(const std::string& path, std::string& name,
+                  std::vector<std::string>& args) {
+  std::string text;
+  if (!read_text(path, text)) return false;
+  name = "vestra";
+  std::istringstream in(text);
+  for (std::string line; std::getline(in, line);) {
+    if (line.empty() || line[0] == '#') continue;
+    const auto colon = line.find(':');
+    if (colon == std::string::npos) continue;
+    const std::string key = line.substr(0, colon);
+    std::string value = line.substr(colon + 1);
+    if (!value.empty() && value[0] == ' ') value.erase(0, 1);
+    if (key == "args") {
+      std::istringstream words(value);
+      for (std::string w; words >> w;) args.push_back(w);
+    } else if (key == "arg") {
+      args.push_back(value);
+    } else if (key == "argv0") {
+      name = value;
+    }
+  }
+  return true;
+}
+
+// An argument as typed at a shell prompt: quoted when it holds anything
+// the shell would take apart.
+std::string shell_word(const std::string& word) {
+  static const std::regex plain("[A-Za-z0-9_.,:=+/@%-]+");
+  if (std::regex_match(word, plain)) return word;
+  std::string quoted = "'";
+  for (char c : word) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  return quoted + "'";
+}
+
+// The command line of a case, broken before an argument that would carry a
+// line past 64 characters, continued lines indented by four blanks.
+std::string command_lines(const std::string& name,
+                          const std::vector<std::string>& args) {
+  std::vector<std::string> lines{name};
+  for (const std::string& arg : args) {
+    const std::string word = shell_word(arg);
+    if (lines.back().size() + 1 + word.size() > 64) {
+      lines.back() += " \\";
+      lines.push_back("    " + word);
+    } else {
+      lines.back() += " " + word;
+    }
+  }
+  std::string out;
+  for (const std::string& line : lines)
+    out += (&line == &lines.front() ? "" : "\n") + troff(line);
+  return out;
+}
+
+// The text of a case marker, or false with a message.
+bool case_marker(const std::string& kind, const std::string& name,
+                 std::string& value) {
+  const std::string base = std::string(VESTRA_GOLDEN_DIR) + "/" + name;
+  if (kind == "GOLDEN-CMD") {
+    std::string argv0;
+    std::vector<std::string> args;
+    if (!case_command(base + ".cmd", argv0, args)) {
+      std::cerr << "vestra_docgen: no end-to-end case " << name << "\n";
+      return false;
+    }
+    value = command_lines(argv0, args);
+    return true;
+  }
+  const std::string path = base + (kind == "GOLDEN" ? ".out" : ".err");
+  std::string text;
+  if (!read_text(base + ".cmd", text) || !read_text(path, text) ||
+      text.empty()) {
+    std::cerr << "vestra_docgen: no output in " << path << "\n";
+    return false;
+  }
+  value = troff_lines(text);
+  return true;
+}
+
 int fill(const char* template_path, const char* output_path) {
   std::ifstream in(template_path);
   if (!in) {
@@ -125,18 +238,28 @@ int fill(const char* template_path, const char* output_path) {
   const std::string text = buffer.str();
 
   const auto values = markers();
-  static const std::regex marker("@([A-Z_]+)@");
+  static const std::regex marker("@([A-Z_]+(?:-[A-Z]+)?)(?::([A-Za-z0-9_]+))?@");
   std::string out;
   std::size_t done = 0;
   for (auto it = std::sregex_iterator(text.begin(), text.end(), marker);
        it != std::sregex_iterator(); ++it) {
-    const auto found = values.find((*it)[1].str());
-    if (found == values.end()) {
-      std::cerr << template_path << ": unknown marker " << it->str() << "\n";
-      return 1;
+    const std::string kind = (*it)[1].str();
+    std::string value;
+    if ((*it)[2].matched && kind.rfind("GOLDEN", 0) == 0) {
+      if (!case_marker(kind, (*it)[2].str(), value)) {
+        std::cerr << template_path << ": marker " << it->str() << "\n";
+        return 1;
+      }
+    } else {
+      const auto found = values.find(kind);
+      if (found == values.end() || (*it)[2].matched) {
+        std::cerr << template_path << ": unknown marker " << it->str() << "\n";
+        return 1;
+      }
+      value = found->second;
     }
     out.append(text, done, static_cast<std::size_t>(it->position()) - done);
-    out += found->second;
+    out += value;
     done = static_cast<std::size_t>(it->position() + it->length());
   }
   out.append(text, done);

@@ -15,6 +15,13 @@
 // The build's version line (date and time of compilation) is replaced by
 // @VERSION@ in the output before comparing. With VESTRA_UPDATE_GOLDEN=1 the
 // .out and .err files are rewritten from the actual output instead.
+//
+// Readme.ExamplesAreGoldenCases checks the examples of README.md against the
+// cases: a line "<!-- golden: case -->" (or "<!-- golden: case stderr -->")
+// stands before a fenced block whose first line is "$ " and the case's
+// command (program name and arguments, quoted as for a shell), and whose
+// other lines are exactly the case's expected standard output (or standard
+// error); a last line "..." stands for the rest of a longer output.
 
 #include <gtest/gtest.h>
 
@@ -25,6 +32,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
@@ -186,6 +194,79 @@ TEST_P(Golden, Matches) {
   if (c.log_lines >= 0) {
     EXPECT_EQ(r.log_lines, c.log_lines) << "log lines";
   }
+}
+
+// An argument as typed at a shell prompt.
+std::string shell_word(const std::string& word) {
+  const bool plain =
+      !word.empty() && std::all_of(word.begin(), word.end(), [](char ch) {
+        return std::isalnum(static_cast<unsigned char>(ch)) ||
+               std::string("_.,:=+/@%-").find(ch) != std::string::npos;
+      });
+  if (plain) return word;
+  std::string quoted = "'";
+  for (char ch : word) quoted += ch == '\'' ? std::string("'\\''") : std::string(1, ch);
+  return quoted + "'";
+}
+
+std::vector<std::string> split_lines(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream in(text);
+  for (std::string line; std::getline(in, line);) lines.push_back(line);
+  return lines;
+}
+
+TEST(Readme, ExamplesAreGoldenCases) {
+  const std::vector<std::string> lines = split_lines(read_file(README_PATH));
+  ASSERT_FALSE(lines.empty()) << README_PATH;
+  int examples = 0;
+  for (std::size_t i = 0; i < lines.size(); ++i) {
+    const std::string& line = lines[i];
+    // Every shell example of the program must be a checked one.
+    if (line.rfind("$ vestra", 0) == 0) {
+      bool marked = i >= 2 && lines[i - 2].rfind("<!-- golden: ", 0) == 0 &&
+                    lines[i - 1].rfind("```", 0) == 0;
+      EXPECT_TRUE(marked) << "README.md:" << i + 1
+                          << ": example without a golden marker";
+    }
+    const std::string open = "<!-- golden: ", close = " -->";
+    if (line.rfind(open, 0) != 0) continue;
+    const std::string where = "README.md:" + std::to_string(i + 1);
+    ASSERT_GE(line.size(), open.size() + close.size()) << where;
+    ASSERT_EQ(line.substr(line.size() - close.size()), close) << where;
+    std::istringstream words(
+        line.substr(open.size(), line.size() - open.size() - close.size()));
+    std::string name, stream;
+    words >> name >> stream;
+    ASSERT_TRUE(stream.empty() || stream == "stderr") << where;
+    ASSERT_TRUE(fs::exists(fs::path(GOLDEN_DIR) / (name + ".cmd")))
+        << where << ": no case " << name;
+    ASSERT_LT(i + 2, lines.size()) << where;
+    ASSERT_EQ(lines[i + 1].rfind("```", 0), 0u) << where << ": no block";
+    std::vector<std::string> block;
+    std::size_t j = i + 2;
+    for (; j < lines.size() && lines[j].rfind("```", 0) != 0; ++j)
+      block.push_back(lines[j]);
+    ASSERT_LT(j, lines.size()) << where << ": block not closed";
+    ASSERT_FALSE(block.empty()) << where;
+
+    const GoldenCase c = parse_case(name);
+    std::string command = "$ " + c.argv0;
+    for (const auto& arg : c.args) command += " " + shell_word(arg);
+    EXPECT_EQ(block.front(), command) << where;
+
+    std::vector<std::string> expected = split_lines(read_file(
+        fs::path(GOLDEN_DIR) / (name + (stream.empty() ? ".out" : ".err"))));
+    std::vector<std::string> shown(block.begin() + 1, block.end());
+    if (!shown.empty() && shown.back() == "...") {
+      shown.pop_back();
+      EXPECT_LT(shown.size(), expected.size()) << where;
+      if (expected.size() > shown.size()) expected.resize(shown.size());
+    }
+    EXPECT_EQ(shown, expected) << where << ": output of " << name;
+    ++examples;
+  }
+  EXPECT_GE(examples, 10) << "README.md lost its examples";
 }
 
 INSTANTIATE_TEST_SUITE_P(Cases, Golden, testing::ValuesIn(case_names()),

@@ -15,7 +15,8 @@ if command -v man >/dev/null; then
     out=$(MANWIDTH=80 man --warnings -E UTF-8 -l "$page" 2>&1 >/dev/null)
     [[ -z $out ]] || fail "man warnings:"$'\n'"$out"
 fi
-grep -n '@[A-Z_]*@' "$page" && fail "markers left in the page"
+grep -n '@[A-Z_-]*\(:[A-Za-z0-9_]*\)\?@' "$page" && fail "markers left in the page"
+grep -n 'EXAMPLE-TODO\|example output pending' "$page" && fail "examples left to fill in"
 
 # Options: the set of --names in the page against the program's table.
 # Exceptions: "disp", the example of an abbreviation, and "kiruna1", the

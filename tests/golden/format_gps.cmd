@@ -1,0 +1,3 @@
+# GPS format of the typical request (manual page, README).
+args: --no-log --gps --kiruna=111 --lycksele=66
+status: 0

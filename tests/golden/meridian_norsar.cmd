@@ -1,0 +1,3 @@
+# meridian_original with the back-azimuth method: located.
+args: --no-log -c --norsar --new-station=A:20:178:168.7247 --new-station=B:25:-178:187.6151
+status: 0
