@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # Times whole processes with hyperfine: the typical request (two catalog
 # stations, normal writer) with and without the run log, against GeodSolve
-# solving one inverse problem and /bin/true. Prints the ratios to GeodSolve.
+# solving one inverse problem and /bin/true. Prints the ratios to GeodSolve,
+# of the means and of the medians (the median is the steadier figure on a
+# machine that is busy with other work).
 #
 #   bench/cli.sh [build-dir]      (default: build)
 set -euo pipefail
@@ -28,7 +30,10 @@ python3 - <<'PY'
 import json
 r = {x["command"]: x for x in json.load(open("times.json"))["results"]}
 g = r["GeodSolve"]["mean"]
+gm = r["GeodSolve"]["median"]
 for name in ("vestra", "vestra-no-log", "GeodSolve", "true"):
     m = r[name]["mean"]
-    print(f"{name:14s} {m*1e3:8.3f} ms  ± {r[name]['stddev']*1e3:6.3f}  ratio to GeodSolve {m/g:5.2f}")
+    md = r[name]["median"]
+    print(f"{name:14s} mean {m*1e3:7.3f} ms ± {r[name]['stddev']*1e3:6.3f}  ratio {m/g:5.2f}"
+          f"   median {md*1e3:7.3f} ms  ratio {md/gm:5.2f}")
 PY

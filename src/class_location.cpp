@@ -156,11 +156,31 @@ std::ostream& operator<<(std::ostream& o, Station& s) {
 
 // ---------------------------------------------------------------- catalog
 
-const std::map<int, std::string> enum2name = {
+namespace {
+
+struct catalog_entry {
+  int id;
+  const char* key;
+};
+
+// The catalog keys in ascending identifier order.
+constexpr catalog_entry catalog_keys[] = {
     {UNKNOWN, "Unknown"},
 #define STATION(id, ENUM, Key, base, joiner, suffix, lat, lon) {ENUM, #Key},
 #include "stations.def"
 };
+
+// Built at start-up from the table above: each node is made in place at the
+// end of the tree, without the temporary pairs of an initializer list.
+std::map<int, std::string> make_enum2name() {
+  std::map<int, std::string> m;
+  for (const catalog_entry& e : catalog_keys) m.emplace_hint(m.end(), e.id, e.key);
+  return m;
+}
+
+}  // namespace
+
+const std::map<int, std::string> enum2name = make_enum2name();
 
 Station create_station(const std::string& type, basetime_t basetime,
                        double baz, double baz_original, double sbaz) {

@@ -84,7 +84,9 @@ class Station {
           basetime_t basetime_, double baz_, double baz_original_,
           double sbaz_);
   Station(const Station&) = default;
+  Station(Station&&) = default;
   Station& operator=(const Station&) = default;
+  Station& operator=(Station&&) = default;
 
   virtual const std::string& get_name() const { return name; }
   virtual void set_name(const std::string& n) { name = n; }

@@ -287,7 +287,7 @@ void new_station(const std::string& value) {
   nst.baz = nst_baz;
   nst.baz_original = nst_baz;
   nst.sbaz = nst_sbaz;
-  new_stations.push_back(nst);
+  new_stations.push_back(std::move(nst));
 }
 
 // ------------------------------------------------------------ xxx options
