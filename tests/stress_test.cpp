@@ -9,6 +9,8 @@
 //   - write well-formed output for the writer in effect when it succeeds
 //     (unless debug traces are on), with one result per pair of sources,
 //   - leave at most one whole line in the run log, and none when it refuses.
+// No generated argument holds a line end: the run log writes arguments as
+// they stand, so such an argument would rightly span two lines of the log.
 //
 // VESTRA_STRESS_CASES sets the number of runs (default 300) and
 // VESTRA_STRESS_SEED the seed (default 20240607); a failure names the seed,
