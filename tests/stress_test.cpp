@@ -67,7 +67,9 @@ const option* resolve(const std::string& name) {
 }
 
 bool is_station_code(int code) {
-  return std::strchr("kKjJlLubawfesx", code) != nullptr ||
+  // strchr would take the low byte of a long-only code (256 is '\0').
+  return (code > 0 && code < 128 &&
+          std::strchr("kKjJlLubawfesx", code) != nullptr) ||
          (code >= 260 && code != 261 && code != 262 && code != 263 &&
           code < 269) ||
          code >= 273;
