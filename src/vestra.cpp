@@ -171,11 +171,13 @@ bool norsar(const std::string& progname) {
 
 namespace {
 
-// The value as quoted in a message: long values are cut after 64 bytes.
+// A value as quoted in a number message: values longer than 64 bytes are
+// cut there, and the message says how long the whole value was.
+constexpr std::size_t shown_bytes = 64;
+
 std::string quoted_value(const std::string& text) {
-  constexpr std::size_t shown = 64;
-  if (text.size() <= shown) return "\"" + text + "\"";
-  return "\"" + text.substr(0, shown) + "\"... (" +
+  if (text.size() <= shown_bytes) return "\"" + text + "\"";
+  return "\"" + text.substr(0, shown_bytes) + "\"... (" +
          std::to_string(text.size()) + " bytes)";
 }
 
@@ -190,24 +192,61 @@ std::string quoted_value(const std::string& text) {
 
 // Numbers on the command line.
 //
-// Station azimuths (and the ":sd" after them), --angle, --sbaz, --xxx-lat
-// and --xxx-long are read as the C library's strtod reads them: leading
-// white space skipped, the longest numeric prefix taken, the rest ignored.
+// Station azimuths (catalog options, the short station letters, -x) and the
+// ":sd" after them, --angle, --sbaz, --xxx-lat and --xxx-long are read as
+// the C library's strtod reads them: leading white space skipped, the
+// longest numeric prefix taken, the rest ignored.
 //
 //   value                         result
-//   "120", " 120", "120abc"       120 (trailing text ignored)
-//   "1.5e2", "0x10"               150, 16 (exponents, hexadecimal)
-//   "1e-999"                      accepted: the nearest double (0 or tiny)
-//   "", "   ", "abc", ":3"        refused: not a number
-//   "1e999", "-1e999"             refused: out of range
-//   "inf", "nan", "infinity"      refused: not a finite number
+//   "120", " 120", "+120"         120
+//   "120abc", "120deg", "120 x"   120 (trailing text ignored)
+//   "1.5e2", "0x10", "0x1p4"      150, 16, 16 (exponents, hexadecimal)
+//   "1e-999", "-1e-999"           accepted: the nearest double (0, -0 or tiny)
+//   "0x", "0x:3"                  0 (the "x" is trailing text)
+//   "", "   ", "abc", ":3", "."   refused: is not a number
+//   "1e999", "-1e999", "0x1p9999" refused: is out of range
+//   "inf", "-inf", "nan", "infinity", "nan(1)"
+//                                 refused: is not a finite number
 //
-// --ellipsoid is read as strtol reads a decimal integer (white space and a
-// sign allowed, the rest ignored); no digits is refused here, and a number
-// that does not fit is refused as an invalid ellipsoid by the caller.
+// A station value is "azimuth[:sd]": the azimuth is the numeric prefix and
+// the first ":" after it starts the standard deviation, read the same way
+// (so "111:3:4" is 111 with 3, "111abc:3" is 111 with 3, and "111:" and
+// "111::3" are refused as an sd that is not a number). Without a ":" the
+// --sbaz value in force at that point is taken.
 //
-// The fields of --new-station are read with stream extraction instead and
-// refused with their own messages (see new_station).
+// --xxx-lat and --xxx-long must then lie within [-90, 90] and [-180, 180];
+// a value outside is echoed whole, as typed, in the range message.
+//
+// --ellipsoid is read as strtol reads a decimal integer: white space and a
+// sign allowed, the rest ignored ("12.9" and "12x" are 12, "1e1" is 1, "0x19"
+// is 0). No digits ("", "  ", "inf", "x1") is refused here as not a number;
+// a number that does not fit a long is refused as an invalid ellipsoid by
+// the caller, as is any number outside 1..25.
+//
+// Messages name the option (or "azimuth for" / "standard deviation for" and
+// the station) and quote the value, cut after 64 bytes with its length
+// added, so that a huge argument cannot flood the error stream.
+//
+// The fields of --new-station (name:latitude:longitude:azimuth[:sd]) are read
+// with stream extraction instead and refused with their own messages (see
+// new_station). Each numeric field is read from the text after the previous
+// ":" (white space skipped), the rest of the field up to the next ":"
+// ignored:
+//
+//   field                          latitude, longitude, azimuth    sd
+//   "60", " 60", "60deg", "60 x"   60                              60
+//   "0x10"                         0 ("x10" is ignored)            0
+//   "1e-999"                       0                               0
+//   "", " " (field present)        refused: "No latitude" etc.     default
+//   field missing                  refused: "No latitude" etc.     default
+//   "abc", "inf", "nan"            refused: "No latitude" etc.     0
+//   "60e", "60east" (no exponent)  refused: "No latitude" etc.     0
+//   "1e999"                        refused: "No latitude" etc.     1.79769e+308
+//
+// where "default" is the --sbaz value in force and 1.79769e+308 the largest
+// double. The name is everything before the first ":", possibly empty
+// ("--new-station=:1:2:3" is accepted with an empty name;
+// "--new-station=A::1:2:3" is refused for its empty latitude).
 double read_double(const std::string& text, const std::string& what,
                    std::size_t* consumed) {
   const char* begin = text.c_str();
@@ -319,6 +358,7 @@ double xxx_coordinate(const char* option, const std::string& value,
                       const char* max_text) {
   double d = read_double(value, option);
   if (!validate(d, min, max)) {
+    // The value is echoed as typed, however long.
     std::cerr << value << " out of range (" << min_text << " <= " << value
               << " <= " << max_text << ")\n";
     vestra_exit(1);

@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <limits>
 #include <random>
 #include <string>
 
@@ -325,6 +326,37 @@ TEST(Delegation, EarthCentredOverloadsUseThePolarVersions) {
   earth.AddLineOfSightDistanceAndDirectionToCoordinate(polar(50, 10), 1e3, 0,
                                                        polar_out, 0);
   EXPECT_EQ(earth.direct, 4);
+}
+
+// Every iteration ends for any input: a grid of awkward values (poles, the
+// 180 meridian, near-antipodes, huge numbers, infinities, NaN) through the
+// inverse and direct problems and the conversions. The test's time limit
+// catches a loop that does not end; the grid also runs under the sanitizers.
+TEST(Bounded, AwkwardInputsReturn) {
+  const double inf = std::numeric_limits<double>::infinity();
+  const double values[] = {0,    0.5,  -90,  90,    179.5, 180,  -180,
+                           1000, 1e300, -1e308, inf, -inf, NAN,  1e-300};
+  CEarth earth(CEarth::WGS_84);
+  int settled = 0;
+  for (double lat1 : values)
+    for (double lon1 : values)
+      for (double lat2 : values)
+        for (double lon2 : values) {
+          Inverse r = inverse(earth, lat1, lon1, lat2, lon2);
+          if (std::isfinite(r.s)) ++settled;
+        }
+  EXPECT_GT(settled, 0);
+  for (double lat : values)
+    for (double dist : {0.0, 1e7, 2e7, 1e300, inf, double(NAN)})
+      for (double dir : values) {
+        CPolarCoordinate end;
+        earth.AddSurfaceDistanceAndDirectionToCoordinate(polar(lat, 10), dist,
+                                                         dir, end);
+        CEarthCoordinate c;
+        earth.Convert(polar(lat, dir, dist), c);
+        CPolarCoordinate back;
+        earth.Convert(c, back);
+      }
 }
 
 }  // namespace

@@ -361,4 +361,24 @@ TEST(BazCross, DebugTrace) {
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
+// The distance routine and the whole method return for any input; the walk
+// of depi is capped however large or undefined its range.
+TEST(Bounded, AwkwardInputsReturn) {
+  const double inf = std::numeric_limits<double>::infinity();
+  const double values[] = {0, -90, 90, 180, -180, 1000, 1e300, inf, -inf, nan};
+  for (double a : values)
+    for (double b : values)
+      for (double c : values)
+        for (double d : values) {
+          run_depi(a, b, c, d);
+          double lat, lat_sd, lon, lon_sd;
+          int ierr = 0;
+          baz_cross(a, b, c, d, 45, 0.1, c, 0.1, lat, lat_sd, lon, lon_sd,
+                    ierr);
+        }
+  Depi far = run_depi(0, 0, 0.5, 179.5);
+  EXPECT_GT(far.deld, 179);
+  EXPECT_TRUE(std::isfinite(far.d2km));
+}
+
 }  // namespace

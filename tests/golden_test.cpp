@@ -6,6 +6,13 @@
 // A .cmd file holds one directive per line ('#' starts a comment):
 //   args: a b c        arguments, split at blanks
 //   arg: text          one argument, the rest of the line as it stands
+//   arg-repeat: N text one argument made of `text` (the rest of the line
+//                      after N and one blank) written N times, e.g.
+//                      "arg-repeat: 131000 9" for a value of 131000 nines
+//   arg-append: N text `text` written N times appended to the last argument
+//                      (after "arg: --new-station=A:" for instance)
+// One argument may hold at most 131071 bytes: the kernel refuses a longer
+// one at exec.
 //   argv0: name        the program name handed to the process (default vestra)
 //   env: NAME=VALUE    an environment variable (LC_ALL=C and TZ=UTC are set)
 //   mkdir: name        a directory made in the working directory first
@@ -25,15 +32,8 @@
 
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cctype>
-#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -41,6 +41,7 @@
 #include <string>
 #include <vector>
 
+#include "run_program.h"
 #include "version.h"
 
 namespace fs = std::filesystem;
@@ -49,20 +50,10 @@ namespace {
 
 struct GoldenCase {
   std::string name;
-  std::vector<std::string> args;
-  std::string argv0 = "vestra";
-  std::vector<std::string> env{"LC_ALL=C", "TZ=UTC", "PATH=/usr/bin:/bin"};
-  std::vector<std::string> dirs;
+  ProgramRun run;
   int status = 0;
   int log_lines = -1;
 };
-
-std::string read_file(const fs::path& p) {
-  std::ifstream in(p, std::ios::binary);
-  std::ostringstream s;
-  s << in.rdbuf();
-  return s.str();
-}
 
 void write_file(const fs::path& p, const std::string& text) {
   if (text.empty()) {
@@ -89,15 +80,27 @@ GoldenCase parse_case(const std::string& name) {
     if (!value.empty() && value[0] == ' ') value.erase(0, 1);
     if (key == "args") {
       std::istringstream words(value);
-      for (std::string w; words >> w;) c.args.push_back(w);
+      for (std::string w; words >> w;) c.run.args.push_back(w);
     } else if (key == "arg") {
-      c.args.push_back(value);
+      c.run.args.push_back(value);
+    } else if (key == "arg-repeat" || key == "arg-append") {
+      auto blank = value.find(' ');
+      std::size_t count = std::stoul(value.substr(0, blank));
+      std::string text =
+          blank == std::string::npos ? "" : value.substr(blank + 1);
+      std::string arg;
+      arg.reserve(count * text.size());
+      for (std::size_t i = 0; i < count; ++i) arg += text;
+      if (key == "arg-repeat" || c.run.args.empty())
+        c.run.args.push_back(arg);
+      else
+        c.run.args.back() += arg;
     } else if (key == "argv0") {
-      c.argv0 = value;
+      c.run.argv0 = value;
     } else if (key == "env") {
-      c.env.push_back(value);
+      c.run.env.push_back(value);
     } else if (key == "mkdir") {
-      c.dirs.push_back(value);
+      c.run.dirs.push_back(value);
     } else if (key == "status") {
       c.status = std::stoi(value);
     } else if (key == "log-lines") {
@@ -127,62 +130,14 @@ std::string replace_all(std::string text, const std::string& from,
   return text;
 }
 
-struct RunResult {
-  std::string out, err;
-  int status = -1;
-  int log_lines = 0;
-};
-
-RunResult run_case(const GoldenCase& c) {
-  char dir_template[] = "/tmp/vestra-golden-XXXXXX";
-  const char* dir = mkdtemp(dir_template);
-  if (!dir) throw std::runtime_error("mkdtemp failed");
-  for (const auto& d : c.dirs) fs::create_directories(fs::path(dir) / d);
-  const fs::path out_path = fs::path(dir) / ".stdout";
-  const fs::path err_path = fs::path(dir) / ".stderr";
-
-  std::vector<std::string> argv_s{c.argv0};
-  argv_s.insert(argv_s.end(), c.args.begin(), c.args.end());
-  std::vector<char*> argv;
-  for (auto& a : argv_s) argv.push_back(a.data());
-  argv.push_back(nullptr);
-  std::vector<std::string> env_s = c.env;
-  std::vector<char*> envp;
-  for (auto& e : env_s) envp.push_back(e.data());
-  envp.push_back(nullptr);
-
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addchdir_np(&actions, dir);
-  posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
-  posix_spawn_file_actions_addopen(&actions, 1, out_path.c_str(),
-                                   O_WRONLY | O_CREAT | O_TRUNC, 0600);
-  posix_spawn_file_actions_addopen(&actions, 2, err_path.c_str(),
-                                   O_WRONLY | O_CREAT | O_TRUNC, 0600);
-  pid_t pid;
-  int rc = posix_spawn(&pid, VESTRA_BINARY, &actions, nullptr, argv.data(),
-                       envp.data());
-  posix_spawn_file_actions_destroy(&actions);
-  if (rc != 0) throw std::runtime_error("posix_spawn failed");
-  int wstatus = 0;
-  while (waitpid(pid, &wstatus, 0) < 0 && errno == EINTR) {
-  }
-
-  RunResult r;
-  r.status = WIFEXITED(wstatus) ? WEXITSTATUS(wstatus) : 128 + WTERMSIG(wstatus);
-  r.out = replace_all(read_file(out_path), Version, "@VERSION@");
-  r.err = replace_all(read_file(err_path), Version, "@VERSION@");
-  std::string log = read_file(fs::path(dir) / "logfile");
-  r.log_lines = static_cast<int>(std::count(log.begin(), log.end(), '\n'));
-  fs::remove_all(dir);
-  return r;
-}
-
 class Golden : public testing::TestWithParam<std::string> {};
 
 TEST_P(Golden, Matches) {
   const GoldenCase c = parse_case(GetParam());
-  const RunResult r = run_case(c);
+  ProgramResult r = run_program(VESTRA_BINARY, c.run);
+  r.out = replace_all(r.out, Version, "@VERSION@");
+  r.err = replace_all(r.err, Version, "@VERSION@");
+  const int log_lines = static_cast<int>(std::count(r.log.begin(), r.log.end(), '\n'));
   const fs::path base = fs::path(GOLDEN_DIR) / c.name;
   if (std::getenv("VESTRA_UPDATE_GOLDEN")) {
     write_file(base.string() + ".out", r.out);
@@ -192,7 +147,7 @@ TEST_P(Golden, Matches) {
   EXPECT_EQ(r.err, read_file(base.string() + ".err")) << "standard error";
   EXPECT_EQ(r.status, c.status) << "exit status";
   if (c.log_lines >= 0) {
-    EXPECT_EQ(r.log_lines, c.log_lines) << "log lines";
+    EXPECT_EQ(log_lines, c.log_lines) << "log lines";
   }
 }
 
@@ -251,8 +206,8 @@ TEST(Readme, ExamplesAreGoldenCases) {
     ASSERT_FALSE(block.empty()) << where;
 
     const GoldenCase c = parse_case(name);
-    std::string command = "$ " + c.argv0;
-    for (const auto& arg : c.args) command += " " + shell_word(arg);
+    std::string command = "$ " + c.run.argv0;
+    for (const auto& arg : c.run.args) command += " " + shell_word(arg);
     EXPECT_EQ(block.front(), command) << where;
 
     std::vector<std::string> expected = split_lines(read_file(

@@ -4,7 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <cmath>
+#include <limits>
 #include <utility>
 #include <vector>
 
@@ -75,6 +77,149 @@ TEST(NumbersDeathTest, Refusals) {
               testing::ExitedWithCode(1), "\"\\.\\.\\. \\(100 bytes\\) is");
 }
 
+// Accepted values of the strtod-style reader: the numeric prefix and how
+// much of the text it used.
+TEST(Numbers, AcceptedTable) {
+  struct Row {
+    const char* text;
+    double value;
+    std::size_t used;
+  };
+  const Row rows[] = {
+      {"120", 120, 3},      {" 120", 120, 4},    {"+120", 120, 4},
+      {"120deg", 120, 3},   {"120 x", 120, 3},   {"1.5e2", 150, 5},
+      {"1.5e", 1.5, 3},     {"0x10", 16, 4},     {"0x1p4", 16, 5},
+      {"0x", 0, 1},         {"0x:3", 0, 1},      {"1e-999", 0, 6},
+      {"111::3", 111, 3},   {"-0", 0, 2},
+  };
+  for (const Row& r : rows) {
+    std::size_t used = 99;
+    EXPECT_EQ(read_double(r.text, "x", &used), r.value) << r.text;
+    EXPECT_EQ(used, r.used) << r.text;
+  }
+  EXPECT_TRUE(std::signbit(read_double("-1e-999", "x")));
+}
+
+TEST(NumbersDeathTest, RefusedTable) {
+  const std::pair<const char*, const char*> rows[] = {
+      {"", "is not a number"},          {"   ", "is not a number"},
+      {":3", "is not a number"},        {".", "is not a number"},
+      {"-", "is not a number"},         {"e5", "is not a number"},
+      {"1e999", "is out of range"},     {"-1e999", "is out of range"},
+      {"0x1p9999", "is out of range"},  {"inf", "is not a finite number"},
+      {"-infinity", "is not a finite number"},
+      {"-nan", "is not a finite number"},
+      {"NAN", "is not a finite number"},
+  };
+  for (const auto& [text, why] : rows)
+    EXPECT_EXIT(read_double(text, "--sbaz"), testing::ExitedWithCode(1),
+                std::string("^Error: --sbaz: \"") + text + "\" " + why +
+                    "\n$")
+        << text;
+}
+
+// A megabyte of digits is read (and refused) without echoing it whole.
+TEST(NumbersDeathTest, HugeValueIsCutInTheMessage) {
+  const std::string digits(1 << 20, '9');
+  EXPECT_EXIT(read_double(digits, "--angle"), testing::ExitedWithCode(1),
+              "^Error: --angle: \"9{64}\"\\.\\.\\. \\(1048576 bytes\\) "
+              "is out of range\n$");
+  EXPECT_EXIT(read_double(std::string(1 << 20, ' '), "--angle"),
+              testing::ExitedWithCode(1), "\\(1048576 bytes\\) is not a number");
+  bool overflow = false;
+  EXPECT_EQ(read_long(digits, "--ellipsoid", &overflow), LONG_MAX);
+  EXPECT_TRUE(overflow);
+  EXPECT_EQ(read_double("12" + std::string(1 << 20, 'x'), "x"), 12.0);
+}
+
+TEST(NumbersDeathTest, EllipsoidDigitsOnly) {
+  bool overflow = true;
+  EXPECT_EQ(read_long("12.9", "x", &overflow), 12);
+  EXPECT_EQ(read_long("1e1", "x", &overflow), 1);
+  EXPECT_EQ(read_long("0x19", "x", &overflow), 0);
+  EXPECT_EQ(read_long("+7", "x", &overflow), 7);
+  EXPECT_FALSE(overflow);
+  EXPECT_EXIT(read_long("inf", "--ellipsoid", &overflow),
+              testing::ExitedWithCode(1), "\"inf\" is not a number");
+  EXPECT_EXIT(read_long("  ", "--ellipsoid", &overflow),
+              testing::ExitedWithCode(1), "is not a number");
+}
+
+class Sources : public testing::Test {
+ protected:
+  void SetUp() override { reset_settings(); }
+  void TearDown() override { reset_settings(); }
+  const Station& last() const { return new_stations.back(); }
+};
+
+// Station values: azimuth, then the first ":" after it starts the sd.
+TEST_F(Sources, StationAzimuthAndDeviation) {
+  get_station_azimuth("Kiruna", "111");
+  EXPECT_EQ(last().baz_original, 111.0);
+  EXPECT_EQ(last().sbaz, 0.1);
+  get_station_azimuth("Kiruna", "111:3:4");
+  EXPECT_EQ(last().sbaz, 3.0);
+  get_station_azimuth("Kiruna", "111abc:2");
+  EXPECT_EQ(last().baz_original, 111.0);
+  EXPECT_EQ(last().sbaz, 2.0);
+  get_station_azimuth("Kiruna", "0x6f:0x1");
+  EXPECT_EQ(last().baz_original, 111.0);
+  EXPECT_EQ(last().sbaz, 1.0);
+  default_sbaz = 5;
+  get_station_azimuth("Kiruna", "111 ");
+  EXPECT_EQ(last().sbaz, 5.0);
+  EXPECT_EQ(new_stations.size(), 5u);
+}
+
+TEST_F(Sources, StationValueRefusals) {
+  EXPECT_EXIT(get_station_azimuth("Kiruna", "111::3"),
+              testing::ExitedWithCode(1),
+              "^Error: standard deviation for Kiruna: \":3\" is not a number\n$");
+  EXPECT_EXIT(get_station_azimuth("Kiruna", "111:"), testing::ExitedWithCode(1),
+              "standard deviation for Kiruna: \"\" is not a number");
+  EXPECT_EXIT(get_station_azimuth("XXX", ":3"), testing::ExitedWithCode(1),
+              "^Error: azimuth for XXX: \":3\" is not a number\n$");
+  EXPECT_EXIT(get_station_azimuth("Kiruna", "111:nan"),
+              testing::ExitedWithCode(1), "is not a finite number");
+}
+
+// The fifth field of --new-station: missing, empty or blank keep the
+// default; text that is no number reads as 0; overflow as the largest double.
+TEST_F(Sources, NewStationDeviationField) {
+  default_sbaz = 7;
+  const std::pair<const char*, double> rows[] = {
+      {"A:1:2:3", 7},        {"A:1:2:3:", 7},     {"A:1:2:3:  ", 7},
+      {"A:1:2:3:4", 4},      {"A:1:2:3:4:5", 4},  {"A:1:2:3:x", 0},
+      {"A:1:2:3:inf", 0},    {"A:1:2:3:0x5", 0},  {"A:1:2:3:1e-999", 0},
+      {"A:1:2:3:1e999", std::numeric_limits<double>::max()},
+  };
+  for (const auto& [value, sd] : rows) {
+    new_station(value);
+    EXPECT_EQ(last().sbaz, sd) << value;
+    EXPECT_EQ(last().baz_original, 3.0) << value;
+  }
+}
+
+TEST_F(Sources, NewStationFields) {
+  new_station(":1:2:3");
+  EXPECT_EQ(last().get_name(), "");
+  new_station("A:0x10:2deg:3 x");
+  EXPECT_EQ(last().get_latitude(), 0.0);
+  EXPECT_EQ(last().get_longitude(), 2.0);
+  EXPECT_EQ(last().baz_original, 3.0);
+  new_station("B:0." + std::string(1 << 20, '0') + "1:2:3");
+  EXPECT_EQ(last().get_latitude(), 0.0);
+  const char* latitude = "^Error: No latitude\nUse: --new-station=name:latitude:longitude:azimuth\n$";
+  for (const char* bad : {"A::1:2:3", "A: :1:2", "A", "", "A:inf:1:2",
+                          "A:nan:1:2", "A:60e:1:2", "A:60east:1:2",
+                          "A:1e999:1:2"})
+    EXPECT_EXIT(new_station(bad), testing::ExitedWithCode(1), latitude) << bad;
+  EXPECT_EXIT(new_station("A:1:-inf:2"), testing::ExitedWithCode(1),
+              "^Error: No longitude\n");
+  EXPECT_EXIT(new_station("A:1:2:"), testing::ExitedWithCode(1),
+              "^Error: No azimuth\n");
+}
+
 TEST(Xxx, ValidateBoundsInclusiveAndNaNRefused) {
   EXPECT_TRUE(validate(-90.0, -90.0, 90.0));
   EXPECT_TRUE(validate(90.0, -90.0, 90.0));
@@ -100,46 +245,6 @@ TEST(OptionTable, Shape) {
   EXPECT_EQ(long_options[96].val, 327);
   EXPECT_EQ(long_options[97].name, nullptr);
   EXPECT_STREQ(short_options, "A:B:CE:F:J:K:L:S:U:V:W:X:a:b:ce:f:j:k:l:s:u:v:w:x:");
-}
-
-}  // namespace
-
-namespace {
-
-TEST(Sources, DeviationFromSbazAtTheTimeOrFromTheValue) {
-  reset_settings();
-  get_station_azimuth("Kiruna", "120");
-  default_sbaz = 2.0;
-  get_station_azimuth("Jamton_M1", "130:3");
-  get_station_azimuth("Lulea", " 140deg:4");  // text before ':' is skipped
-  new_station("A:60:15:150");
-  new_station("B:60:15:160:0.5");
-  new_station("C:60:15:170:   ");  // a blank fifth field keeps the default
-  new_station("D:60:15:180:x");    // a fifth field that is no number reads 0
-  ASSERT_EQ(new_stations.size(), 7u);
-  const double sbaz[] = {0.1, 3, 4, 2, 0.5, 2, 0};
-  const double baz[] = {120, 130, 140, 150, 160, 170, 180};
-  for (std::size_t i = 0; i < 7; ++i) {
-    EXPECT_EQ(new_stations[i].sbaz, sbaz[i]) << i;
-    EXPECT_EQ(new_stations[i].baz, baz[i]) << i;
-    EXPECT_EQ(new_stations[i].baz_original, baz[i]) << i;
-  }
-  EXPECT_EQ(new_stations[1].get_name(), "Jamton M1");
-  EXPECT_EQ(new_stations[3].get_name(), "A");
-  EXPECT_EQ(new_stations[3].get_latitude(), 60.0);
-  EXPECT_EQ(new_stations[3].get_longitude(), 15.0);
-  reset_settings();
-}
-
-TEST(Sources, AdHocFieldsSkipTextAfterTheNumber) {
-  reset_settings();
-  new_station(":1.5deg:2.5W:90");
-  ASSERT_EQ(new_stations.size(), 1u);
-  EXPECT_EQ(new_stations[0].get_name(), "");
-  EXPECT_EQ(new_stations[0].get_latitude(), 1.5);
-  EXPECT_EQ(new_stations[0].get_longitude(), 2.5);
-  EXPECT_EQ(new_stations[0].baz, 90.0);
-  reset_settings();
 }
 
 }  // namespace

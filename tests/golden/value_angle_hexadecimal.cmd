@@ -1,0 +1,6 @@
+# --angle: a hexadecimal number is read as such.
+args: --angle
+arg: 0xa
+args: -k 111 -l 66
+status: 0
+log-lines: 1

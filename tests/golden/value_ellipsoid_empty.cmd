@@ -1,0 +1,6 @@
+# --ellipsoid: an empty value is refused.
+args: --ellipsoid
+arg: 
+args: -k 111 -l 66
+status: 1
+log-lines: 0

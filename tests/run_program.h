@@ -1,0 +1,27 @@
+// Runs the built program as a child process in a fresh temporary working
+// directory and collects what it leaves behind: standard output, standard
+// error stream, exit status and the run log.
+#pragma once
+
+#include <string>
+#include <vector>
+
+struct ProgramRun {
+  std::vector<std::string> args;   ///< arguments after the program name
+  std::string argv0 = "vestra";    ///< the program name handed to the child
+  std::vector<std::string> env{"LC_ALL=C", "TZ=UTC", "PATH=/usr/bin:/bin"};
+  std::vector<std::string> dirs;   ///< directories made in the working dir
+};
+
+struct ProgramResult {
+  std::string out, err;  ///< standard output and standard error stream
+  int status = -1;       ///< exit status, or 128 + signal number
+  std::string log;       ///< contents of ./logfile afterwards ("" if none)
+};
+
+/// Runs `binary` as described by `run`; standard input is /dev/null.
+/// Throws std::runtime_error when the child cannot be started.
+ProgramResult run_program(const char* binary, const ProgramRun& run);
+
+/// The whole contents of a file ("" when it cannot be read).
+std::string read_file(const std::string& path);
