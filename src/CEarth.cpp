@@ -30,6 +30,9 @@
 
 #include "GFC.h"
 
+#include <bit>
+#include <cstdint>
+
 namespace {
 
 // Pass limit for the inverse problem's iteration on the longitude
@@ -382,8 +385,9 @@ double CEarth::GetSurfaceDistance(
   // No reduction of the longitude difference to a range.
   double x = lambda_2 - lambda_1;
 
-  double sx, cx, T1, T2, sy, cy, y, sa, c2a, cz, e, c, d;
+  double sx, cx, T1, T2, sy, cy, y, sa, c2a, cz, e, c, d = x;
   int pass = 0;
+  int pass_limit = kMaxInversePasses;
   do {
     sx = CMath::Sine(x);
     cx = CMath::Cosine(x);
@@ -406,14 +410,22 @@ double CEarth::GetSurfaceDistance(
     e = 2.0 * (cz * cz) - 1.0;
     c = ((-3.0 * c2a + 4.0) * f + 4.0) * c2a * f / 16.0;
 
+    const double before = d;
     d = x;
     // lambda_2 is added before lambda_1 is subtracted.
     x = ((c * (e * cy) + cz) * sy * c + y) * sa * (1.0 - c) * f + lambda_2 -
         lambda_1;
     ++pass;
+    // A pass depends on nothing but its x, so once x repeats the value of
+    // two passes ago the passes alternate between the same two states up to
+    // the pass limit. Stop at the pass that the limit would end on: this one
+    // when the passes left are even in number, the next one otherwise.
+    if (pass >= 2 && pass_limit == kMaxInversePasses &&
+        std::bit_cast<std::uint64_t>(x) == std::bit_cast<std::uint64_t>(before))
+      pass_limit = pass + (kMaxInversePasses - pass) % 2;
     // Written so that a difference that is not a number leaves the loop.
   } while (CMath::AbsoluteValue(d - x) > kInverseTolerance &&
-           pass < kMaxInversePasses);
+           pass < pass_limit);
 
   // Headings from sx, cx, T1 and T2 of the last pass.
   if (heading_from_point_1_to_point_2_p != nullptr) {

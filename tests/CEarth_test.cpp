@@ -137,6 +137,82 @@ TEST(Inverse, SphereAndNonConvergingPairs) {
   EXPECT_TRUE(std::isnan(inverse(CEarth(CEarth::WGS_84), NAN, 0, 1, 1).s));
 }
 
+// The plain iteration of the inverse problem, run to the pass limit without
+// any shortcut: the reference for pairs whose passes alternate for ever.
+struct PlainInverse {
+  double distance, heading_12, heading_21;
+  int passes;
+};
+
+PlainInverse plain_inverse(double lat1, double lon1, double lat2, double lon2,
+                           double a, double f) {
+  const double k = 0.017453292519943295, phi1 = lat1 * k, l1 = lon1 * k,
+               phi2 = lat2 * k, l2 = lon2 * k, r = 1.0 - f;
+  const double t1 = r * std::sin(phi1) / std::cos(phi1);
+  const double t2 = r * std::sin(phi2) / std::cos(phi2);
+  const double c1 = 1.0 / std::sqrt(t1 * t1 + 1.0), s1 = c1 * t1;
+  const double c2 = 1.0 / std::sqrt(t2 * t2 + 1.0);
+  const double s = c1 * c2, B = s * t2, F = B * t1;
+  double x = l2 - l1, d, sx, cx, T1, T2, sy, cy, y, sa, c2a, cz, e, c;
+  int pass = 0;
+  do {
+    sx = std::sin(x);
+    cx = std::cos(x);
+    T1 = c2 * sx;
+    T2 = B - s1 * c2 * cx;
+    sy = std::sqrt(T1 * T1 + T2 * T2);
+    cy = s * cx + F;
+    y = std::atan2(sy, cy);
+    sa = (s * sx == 0.0 && sy == 0.0) ? 1.0 : s * sx / sy;
+    c2a = 1.0 - sa * sa;
+    cz = 2.0 * F;
+    if (c2a > 0.0) cz = -2.0 * F / c2a + cy;
+    e = 2.0 * (cz * cz) - 1.0;
+    c = ((-3.0 * c2a + 4.0) * f + 4.0) * c2a * f / 16.0;
+    d = x;
+    x = ((c * (e * cy) + cz) * sy * c + y) * sa * (1.0 - c) * f + l2 - l1;
+  } while (std::fabs(d - x) > 2.22507e-16 && ++pass < 200);
+  double h12 = std::atan2(T1, T2) * 57.29577951308232;
+  if (h12 < 0.0) h12 += 360.0;
+  double h21 = (std::atan2(c1 * sx, B * cx - s1 * c2) + 3.141592653589793) *
+               57.29577951308232;
+  if (h21 < 0.0) h21 += 360.0;
+  double X = std::sqrt((1.0 / r / r - 1.0) * c2a + 1.0) + 1.0;
+  X = (X - 2.0) / X;
+  const double C = (1.0 + X * X / 4.0) / (1.0 - X);
+  const double D = (0.375 * (X * X) - 1.0) * X;
+  const double S = 1.0 - e - e;
+  const double dist =
+      C * (y + ((((4.0 * (sy * sy) - 3.0) * S * cz * D / 6.0 - e * cy) * D / 4.0 +
+                 cz) * sy * D)) * a * r;
+  return {dist, h12, h21, pass};
+}
+
+// Pairs whose passes alternate between two values stop early once the
+// repeat is seen, with the values the pass limit would have given.
+TEST(Inverse, AlternatingPairsEndAsAtThePassLimit) {
+  CEarth earth(CEarth::WGS_84);
+  const double a = earth.GetEquatorialRadiusInMeters();
+  const double f = std::fabs(a - earth.GetPolarRadiusInMeters()) / a;
+  std::mt19937_64 rng(20261123);
+  std::uniform_real_distribution<double> lat(-89.0, 89.0), lon(-180.0, 180.0);
+  int alternating = 0;
+  for (int n = 0; n < 20000; ++n) {
+    const double la1 = lat(rng), lo1 = lon(rng), la2 = lat(rng), lo2 = lon(rng);
+    const PlainInverse ref = plain_inverse(la1, lo1, la2, lo2, a, f);
+    if (ref.passes < 200) continue;
+    ++alternating;
+    CPolarCoordinate p1, p2;
+    p1.Set(la1, lo1, 0.0);
+    p2.Set(la2, lo2, 0.0);
+    double h12 = 0, h21 = 0;
+    EXPECT_EQ(earth.GetSurfaceDistance(p1, p2, &h12, &h21), ref.distance);
+    EXPECT_EQ(h12, ref.heading_12);
+    EXPECT_EQ(h21, ref.heading_21);
+  }
+  EXPECT_GE(alternating, 5);
+}
+
 TEST(Inverse, MatchesGeographicLibOnRandomPairs) {
   for (int id : {CEarth::WGS_84, CEarth::International, CEarth::Clarke_1866}) {
     const CEarth earth(id);
