@@ -18,6 +18,7 @@
 #include "distance.h"
 #include "norsar/baz_cross.h"
 #include "output.h"
+#include "test_support.h"
 #include "vestra.h"
 
 namespace {
@@ -86,14 +87,6 @@ void BM_GeographicLibInverse(benchmark::State& state) {
   }
 }
 BENCHMARK(BM_GeographicLibInverse);
-
-Station source(const char* name, double lat, double lon, double baz) {
-  Station s = create_station("Default", epoch, baz, baz, 0.1);
-  s.set_name(name);
-  s.set_latitude(lat);
-  s.set_longitude(lon);
-  return s;
-}
 
 // One trial of the search: the crossing and the check with its two inverse
 // problems and two heap records.
