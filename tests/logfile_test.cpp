@@ -43,36 +43,26 @@ struct TempDir {
     if (mkdtemp(t.data()) == nullptr) throw std::runtime_error("mkdtemp");
     path = t;
   }
-  ~TempDir() {
-    std::error_code ignored;
-    fs::remove_all(path, ignored);
-  }
+  ~TempDir() { std::error_code e; fs::remove_all(path, e); }
   fs::path operator/(const char* name) const { return path / name; }
 };
 
-/// Sets (nullopt: unsets) an environment variable for the scope.
-class EnvSetting {
- public:
-  EnvSetting(const char* name, std::optional<std::string> value)
-      : name_(name) {
-    if (const char* old = std::getenv(name)) old_ = old;
-    value ? setenv(name, value->c_str(), 1) : unsetenv(name);
+/// Sets an environment variable for the scope.
+struct EnvSetting {
+  std::string name;
+  std::optional<std::string> old;
+  EnvSetting(const char* n, const std::string& value) : name(n) {
+    if (const char* v = std::getenv(n)) old = v;
+    setenv(n, value.c_str(), 1);
   }
-  ~EnvSetting() {
-    old_ ? setenv(name_.c_str(), old_->c_str(), 1) : unsetenv(name_.c_str());
-  }
-
- private:
-  std::string name_;
-  std::optional<std::string> old_;
+  ~EnvSetting() { old ? setenv(name.c_str(), old->c_str(), 1) : unsetenv(name.c_str()); }
 };
 
 /// Sets the program's time locale for the scope.
 struct TimeLocale {
   std::string old = std::setlocale(LC_TIME, nullptr);
   bool ok;
-  explicit TimeLocale(const char* name)
-      : ok(std::setlocale(LC_TIME, name) != nullptr) {}
+  explicit TimeLocale(const char* name) : ok(std::setlocale(LC_TIME, name)) {}
   ~TimeLocale() { std::setlocale(LC_TIME, old.c_str()); }
 };
 
@@ -95,6 +85,14 @@ void log_to(const fs::path& file, std::vector<const char*> args) {
   flogfile(file.c_str(), static_cast<int>(args.size()), args.data());
 }
 
+/// Runs `logfile` with these arguments in `dir` as the working directory.
+void log_in(const fs::path& dir, std::vector<const char*> args) {
+  const fs::path old = fs::current_path();
+  fs::current_path(dir);
+  logfile(static_cast<int>(args.size()), const_cast<char**>(args.data()));
+  fs::current_path(old);
+}
+
 /// The environment's locale is the plain C locale.
 class RunLog : public testing::Test {
  protected:
@@ -114,12 +112,8 @@ class RunLog : public testing::Test {
 };
 
 TEST_F(RunLog, CreatesTheFileInTheWorkingDirectoryThenAppends) {
-  const fs::path old = fs::current_path();
-  fs::current_path(dir_.path);
-  char* args[] = {const_cast<char*>("vestra"), const_cast<char*>("-k")};
-  logfile(2, args);
-  logfile(2, args);
-  fs::current_path(old);
+  log_in(dir_.path, {"vestra", "-k"});
+  log_in(dir_.path, {"vestra", "-k"});
   const auto lines = lines_of(read_file(dir_ / "logfile"));
   ASSERT_EQ(lines.size(), 2u);
   for (const auto& line : lines) {
@@ -184,14 +178,9 @@ TEST_F(RunLog, ArgumentForms) {
 TEST(RunLogUnopenable, WarnsAndGoesOn) {
   TempDir dir;
   fs::create_directory(dir / "logfile");  // a directory in the file's place
-  const fs::path old = fs::current_path();
-  fs::current_path(dir.path);
-  char* args[] = {const_cast<char*>("vestra"), const_cast<char*>("a b")};
   testing::internal::CaptureStderr();
-  logfile(2, args);
+  log_in(dir.path, {"vestra", "a b"});
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "No logfile entry\n");
-  fs::current_path(old);
-
   testing::internal::CaptureStderr();
   log_to(dir / "missing" / "logfile", {"vestra"});
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "No logfile entry\n");
@@ -212,32 +201,32 @@ TEST(QuoteString, EscapesQuotesAndBackslashesOnly) {
   }
 }
 
-/// Makes every allocation of an escaped copy fail for the scope.
-struct FailingQuoteAlloc {
-  void* (*old)(std::size_t) = logfile_internal::quote_alloc;
-  FailingQuoteAlloc() {
-    logfile_internal::quote_alloc = [](std::size_t) -> void* { return nullptr; };
-  }
-  ~FailingQuoteAlloc() { logfile_internal::quote_alloc = old; }
-};
-
 TEST_F(RunLog, UnescapedInQuotesWhenTheCopyCannotBeAllocated) {
-  FailingQuoteAlloc failing;
+  const auto old = logfile_internal::quote_alloc;
+  logfile_internal::quote_alloc = [](std::size_t) -> void* { return nullptr; };
   EXPECT_EQ(quote_string("a\"b"), nullptr);
   EXPECT_EQ(logged({"vestra", R"(say "hi")", R"(--n=a\b c)", "-k"}),
             R"( vestra "say "hi"" --n="a\b c" -k)");
+  logfile_internal::quote_alloc = old;
 }
 
 TEST(RunLogLocale, RestoredOnEveryPath) {
   TempDir dir;
-  const std::string other = "C.UTF-8";
-  if (!TimeLocale(other.c_str()).ok) GTEST_SKIP() << other << " missing";
+  {  // An unknown environment locale keeps the one in force.
+    TimeLocale program_locale("C");
+    EnvSetting lc_all("LC_ALL", "xx_NOWHERE.nonsense");
+    log_to(dir / "unknown", {"vestra"});
+    EXPECT_TRUE(starts_with_c_stamp(read_file(dir / "unknown")));
+    EXPECT_EQ(time_locale(), "C");
+  }
+  const char* other = "C.UTF-8";
+  if (!TimeLocale(other).ok) GTEST_SKIP() << other << " missing";
   // Program and environment differ, in both directions; the second file
   // cannot be opened.
-  for (const fs::path& file : {dir / "log", dir / "missing" / "log"}) {
+  for (const fs::path& file : {dir / "log", dir / "missing" / "log"})
     for (const auto& [program, environment] :
-         {std::pair{std::string("C"), other}, std::pair{other, std::string("C")}}) {
-      TimeLocale program_locale(program.c_str());
+         {std::pair{"C", other}, std::pair{other, "C"}}) {
+      TimeLocale program_locale(program);
       const std::string before = time_locale();
       EnvSetting lc_all("LC_ALL", environment);
       testing::internal::CaptureStderr();
@@ -245,16 +234,6 @@ TEST(RunLogLocale, RestoredOnEveryPath) {
       testing::internal::GetCapturedStderr();
       EXPECT_EQ(time_locale(), before) << file << " from " << program;
     }
-  }
-}
-
-TEST(RunLogLocale, UnknownEnvironmentLocaleKeepsTheOneInForce) {
-  TempDir dir;
-  TimeLocale program_locale("C");
-  EnvSetting lc_all("LC_ALL", "xx_NOWHERE.nonsense");
-  log_to(dir / "log", {"vestra"});
-  EXPECT_TRUE(starts_with_c_stamp(read_file(dir / "log")));
-  EXPECT_EQ(time_locale(), "C");
 }
 
 // Long lines, their escaped form half as long again, from many processes at
