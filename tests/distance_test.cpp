@@ -23,12 +23,6 @@ class StationDistance : public ::testing::Test {
 
 TEST_F(StationDistance, BothDirectionsOnWgs84) {
   EXPECT_EQ(ellipsoid, CEarth::WGS_84);
-  Station north = at(60, 10), south = at(50, 10);
-  std::unique_ptr<distance> d(calculate_distance(north, south));
-  EXPECT_NEAR(d->distance_in_meters, 1113225.778, 5e-4);
-  EXPECT_DOUBLE_EQ(d->heading_from_here_to_there, 180.0);
-  EXPECT_DOUBLE_EQ(d->heading_from_there_to_here, 360.0);
-
   Station a = at(67.8, 20.4), b = at(59.0, 18.0);
   std::unique_ptr<distance> ab(calculate_distance(a, b));
   std::unique_ptr<distance> ba(calculate_distance(b, a));
