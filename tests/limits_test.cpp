@@ -12,9 +12,10 @@
 
 #include <cmath>
 
-#include "class_location.h"
 #include "class_vestra.h"
 #include "norsar/baz_cross.h"
+#include "test_support.h"
+#include "vestra.h"
 
 namespace {
 
@@ -41,28 +42,23 @@ double bearing(Point a, Point b) {
   return std::round(azi1 * 1e4) / 1e4;
 }
 
-Station at(Point p, double baz) {
-  Station s = create_station("Default", epoch, baz, baz, 0.1);
-  s.set_latitude(p.lat);
-  s.set_longitude(p.lon);
-  return s;
-}
-
 struct Crossing {
   Point where;
   int ierr;
 };
 
-Crossing original(Point a, double baz_a, Point b, double baz_b) {
-  Station loc = at({0, 0}, 0);
-  int ierr = calculate_location_original(at(a, baz_a), at(b, baz_b), loc);
+Crossing cross(location_method method, Point a, double baz_a, Point b,
+               double baz_b) {
+  Station loc = source("Default", 0, 0, 0);
+  const int ierr = method(source("A", a.lat, a.lon, baz_a),
+                         source("B", b.lat, b.lon, baz_b), loc);
   return {{loc.get_latitude(), loc.get_longitude()}, ierr};
 }
-
+Crossing original(Point a, double baz_a, Point b, double baz_b) {
+  return cross(calculate_location_original, a, baz_a, b, baz_b);
+}
 Crossing norsar(Point a, double baz_a, Point b, double baz_b) {
-  Station loc = at({0, 0}, 0);
-  int ierr = calculate_location_norsar(at(a, baz_a), at(b, baz_b), loc);
-  return {{loc.get_latitude(), loc.get_longitude()}, ierr};
+  return cross(calculate_location_norsar, a, baz_a, b, baz_b);
 }
 
 // The errors of both methods for bearings aimed at `source`.
