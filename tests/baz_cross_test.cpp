@@ -78,7 +78,9 @@ TEST(Depi, WorkedExampleAndSpecialPositions) {
   };
   for (const auto& r : rows) {
     d = run_depi(r.rlat, r.rlon, r.elat, r.elon);
-    if (!std::isnan(r.deld)) EXPECT_NEAR(d.deld, r.deld, 1e-9) << r.rlat;
+    if (!std::isnan(r.deld)) {
+      EXPECT_NEAR(d.deld, r.deld, 1e-9) << r.rlat;
+    }
     EXPECT_EQ(d.bazd, r.bazd) << r.rlat << " " << r.elat;
     EXPECT_EQ(d.azid, r.azid) << r.rlat << " " << r.elat;
   }

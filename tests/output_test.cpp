@@ -71,7 +71,9 @@ TEST_F(Writers, JsonEveryMixIsOneArrayAndStationsAreLeftAlone) {
       std::cout.flush();
     }
     const std::string text = testing::internal::GetCapturedStdout();
-    if (mix.empty()) EXPECT_EQ(text, "[]\n");
+    if (mix.empty()) {
+      EXPECT_EQ(text, "[]\n");
+    }
     nlohmann::json doc = nlohmann::json::parse(text);  // throws if malformed
     ASSERT_TRUE(doc.is_array());
     ASSERT_EQ(doc.size(), 2 * mix.size());
