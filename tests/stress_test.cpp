@@ -20,7 +20,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <random>
-#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -269,9 +268,26 @@ bool normal_word(const std::string& w) {
 // Longitude first, "E29 32.550 N66 10.489": hemisphere letter, whole degrees,
 // blank, minutes with three decimals; or the line of an invalid result.
 bool gps_line(const std::string& line) {
-  static const std::regex dm(
-      "[EW]-?[0-9]+ [0-9]+\\.[0-9]{3}[ ,][NS]-?[0-9]+ [0-9]+\\.[0-9]{3}");
-  return line == "N00 00.000 E00 00.000" || std::regex_match(line, dm);
+  if (line == "N00 00.000 E00 00.000") return true;
+  const auto digits = [](const std::string& t) {
+    return !t.empty() && std::all_of(t.begin(), t.end(), [](char c) {
+      return std::isdigit(static_cast<unsigned char>(c)) != 0;
+    });
+  };
+  const auto degrees = [&](const std::string& t, const char* letters) {
+    if (t.empty() || std::string(letters).find(t[0]) == std::string::npos)
+      return false;
+    const std::string d = t.substr(t[1] == '-' ? 2 : 1);
+    return digits(d);
+  };
+  const auto minutes = [&](const std::string& t) {
+    const auto dot = t.find('.');
+    return dot != std::string::npos && digits(t.substr(0, dot)) &&
+           t.size() - dot == 4 && digits(t.substr(dot + 1));
+  };
+  const Args t = split(line, ' ');
+  return t.size() == 4 && degrees(t[0], "EW") && minutes(t[1]) &&
+         degrees(t[2], "NS") && minutes(t[3]);
 }
 
 void check_output(const Model& m, const std::string& out, const std::string& where) {
