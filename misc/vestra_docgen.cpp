@@ -21,12 +21,13 @@
 // The case markers stand on a line of their own inside an example block; a
 // case that does not exist, or whose file is empty, is an error.
 
+#include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <cstdio>
 #include <fstream>
 #include <iostream>
 #include <map>
-#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -175,8 +176,12 @@ bool case_command(const std::string& path, std::string& name,
 // An argument as typed at a shell prompt: quoted when it holds anything
 // the shell would take apart.
 std::string shell_word(const std::string& word) {
-  static const std::regex plain("[A-Za-z0-9_.,:=+/@%-]+");
-  if (std::regex_match(word, plain)) return word;
+  const bool plain =
+      !word.empty() && std::all_of(word.begin(), word.end(), [](char c) {
+        return std::isalnum(static_cast<unsigned char>(c)) ||
+               std::string("_.,:=+/@%-").find(c) != std::string::npos;
+      });
+  if (plain) return word;
   std::string quoted = "'";
   for (char c : word) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
   return quoted + "'";
@@ -227,6 +232,41 @@ bool case_marker(const std::string& kind, const std::string& name,
   return true;
 }
 
+// A marker "@KIND@", "@KIND-SUB@" or "@KIND:name@" at text[at]: KIND of
+// capitals and underscores, SUB of capitals, name of letters, digits and
+// underscores.
+struct Marker {
+  std::string kind, name;
+  std::size_t length = 0;
+};
+
+bool parse_marker(const std::string& text, std::size_t at, Marker& m) {
+  std::size_t i = at + 1;
+  const auto span = [&](auto accept) {
+    const std::size_t from = i;
+    while (i < text.size() && accept(static_cast<unsigned char>(text[i]))) ++i;
+    return text.substr(from, i - from);
+  };
+  const auto upper = [](unsigned char c) { return std::isupper(c) != 0; };
+  m.kind = span([&](unsigned char c) { return upper(c) || c == '_'; });
+  if (m.kind.empty()) return false;
+  if (i < text.size() && text[i] == '-') {
+    ++i;
+    const std::string sub = span(upper);
+    if (sub.empty()) return false;
+    m.kind += "-" + sub;
+  }
+  m.name.clear();
+  if (i < text.size() && text[i] == ':') {
+    ++i;
+    m.name = span([](unsigned char c) { return std::isalnum(c) || c == '_'; });
+    if (m.name.empty()) return false;
+  }
+  if (i >= text.size() || text[i] != '@') return false;
+  m.length = i + 1 - at;
+  return true;
+}
+
 int fill(const char* template_path, const char* output_path) {
   std::ifstream in(template_path);
   if (!in) {
@@ -238,29 +278,31 @@ int fill(const char* template_path, const char* output_path) {
   const std::string text = buffer.str();
 
   const auto values = markers();
-  static const std::regex marker("@([A-Z_]+(?:-[A-Z]+)?)(?::([A-Za-z0-9_]+))?@");
   std::string out;
   std::size_t done = 0;
-  for (auto it = std::sregex_iterator(text.begin(), text.end(), marker);
-       it != std::sregex_iterator(); ++it) {
-    const std::string kind = (*it)[1].str();
+  for (std::size_t at = text.find('@'); at != std::string::npos;
+       at = text.find('@', at + 1)) {
+    Marker m;
+    if (!parse_marker(text, at, m)) continue;
+    const std::string whole = text.substr(at, m.length);
     std::string value;
-    if ((*it)[2].matched && kind.rfind("GOLDEN", 0) == 0) {
-      if (!case_marker(kind, (*it)[2].str(), value)) {
-        std::cerr << template_path << ": marker " << it->str() << "\n";
+    if (!m.name.empty() && m.kind.rfind("GOLDEN", 0) == 0) {
+      if (!case_marker(m.kind, m.name, value)) {
+        std::cerr << template_path << ": marker " << whole << "\n";
         return 1;
       }
     } else {
-      const auto found = values.find(kind);
-      if (found == values.end() || (*it)[2].matched) {
-        std::cerr << template_path << ": unknown marker " << it->str() << "\n";
+      const auto found = values.find(m.kind);
+      if (found == values.end() || !m.name.empty()) {
+        std::cerr << template_path << ": unknown marker " << whole << "\n";
         return 1;
       }
       value = found->second;
     }
-    out.append(text, done, static_cast<std::size_t>(it->position()) - done);
+    out.append(text, done, at - done);
     out += value;
-    done = static_cast<std::size_t>(it->position() + it->length());
+    done = at + m.length;
+    at = done - 1;
   }
   out.append(text, done);
 
