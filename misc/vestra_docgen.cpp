@@ -33,6 +33,7 @@
 #include <vector>
 
 #include "GFC.h"
+#include "shell_word.h"
 #include "vestra.h"
 
 #ifndef VESTRA_GOLDEN_DIR
@@ -171,20 +172,6 @@ bool case_command(const std::string& path, std::string& name,
     }
   }
   return true;
-}
-
-// An argument as typed at a shell prompt: quoted when it holds anything
-// the shell would take apart.
-std::string shell_word(const std::string& word) {
-  const bool plain =
-      !word.empty() && std::all_of(word.begin(), word.end(), [](char c) {
-        return std::isalnum(static_cast<unsigned char>(c)) ||
-               std::string("_.,:=+/@%-").find(c) != std::string::npos;
-      });
-  if (plain) return word;
-  std::string quoted = "'";
-  for (char c : word) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
-  return quoted + "'";
 }
 
 // The command line of a case, broken before an argument that would carry a

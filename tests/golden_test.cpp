@@ -42,6 +42,7 @@
 #include <vector>
 
 #include "run_program.h"
+#include "shell_word.h"
 #include "version.h"
 
 namespace fs = std::filesystem;
@@ -149,19 +150,6 @@ TEST_P(Golden, Matches) {
   if (c.log_lines >= 0) {
     EXPECT_EQ(log_lines, c.log_lines) << "log lines";
   }
-}
-
-// An argument as typed at a shell prompt.
-std::string shell_word(const std::string& word) {
-  const bool plain =
-      !word.empty() && std::all_of(word.begin(), word.end(), [](char ch) {
-        return std::isalnum(static_cast<unsigned char>(ch)) ||
-               std::string("_.,:=+/@%-").find(ch) != std::string::npos;
-      });
-  if (plain) return word;
-  std::string quoted = "'";
-  for (char ch : word) quoted += ch == '\'' ? std::string("'\\''") : std::string(1, ch);
-  return quoted + "'";
 }
 
 std::vector<std::string> split_lines(const std::string& text) {
