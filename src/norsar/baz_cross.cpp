@@ -58,6 +58,23 @@ double guard_unit(double a) {
 
 double arc_cosine(double a) { return std::acos(a); }
 
+// The triangle's angle ga (radians, [0, pi]) at a station between its
+// bearing azir and the direction epr to the other station, with ri = +1 when
+// the bearing lies clockwise of that direction and -1 otherwise.
+void station_angle(double azir, double epr, double& ga, double& ri) {
+  if (azir >= epr) {
+    ga = azir - epr;
+    ri = 1;
+  } else {
+    ga = epr - azir;
+    ri = -1;
+  }
+  if (ga >= pi) {
+    ga = pi2 - ga;
+    ri = -ri;
+  }
+}
+
 }  // namespace
 
 double convlat_geographic2geocentric(double rlat) {
@@ -395,31 +412,9 @@ void hyposat_cross(double slat1, double slon1, double azi1, double azi1s,
   double ep2r = ep2 * deg2rad;
 
   // Angles of the triangle at the stations.
-  double ga1, ri1;
-  if (azi1r >= ep1r) {
-    ga1 = azi1r - ep1r;
-    ri1 = 1;
-  } else {
-    ga1 = ep1r - azi1r;
-    ri1 = -1;
-  }
-  if (ga1 >= pi) {
-    ga1 = pi2 - ga1;
-    ri1 = -ri1;
-  }
-
-  double ga2, ri2;
-  if (azi2r >= ep2r) {
-    ga2 = azi2r - ep2r;
-    ri2 = 1;
-  } else {
-    ga2 = ep2r - azi2r;
-    ri2 = -1;
-  }
-  if (ga2 >= pi) {
-    ga2 = pi2 - ga2;
-    ri2 = -ri2;
-  }
+  double ga1, ri1, ga2, ri2;
+  station_angle(azi1r, ep1r, ga1, ri1);
+  station_angle(azi2r, ep2r, ga2, ri2);
 
   double al1, ra1;
   if (azi1r <= pi) {
