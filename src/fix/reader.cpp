@@ -1,9 +1,12 @@
 #include "fix/reader.h"
 
+#include <algorithm>
+#include <cctype>
 #include <charconv>
 #include <cmath>
 #include <iostream>
 #include <iterator>
+#include <limits>
 #include <optional>
 #include <unordered_map>
 #include <utility>
@@ -230,6 +233,10 @@ class TextReader : public EventReader {
 
 // ---------------------------------------------------------------------------
 // Detection JSON
+//
+// The top-level array is cut into its elements by a scan that follows
+// strings and brackets; each element is parsed on its own, so that an
+// element that is not valid JSON costs that detection only.
 
 using json = nlohmann::json;
 
@@ -245,15 +252,16 @@ const char* const key_names[key_count] = {
     "Latitude", "Longitude", "Back Azimuth", "Peak F-Stat Time (UTC)",
     "Name",     "Event"};
 
-// Keeps the known keys of each element of the top-level array and hands
-// every finished element to a callback.
-class DetectionSax : public nlohmann::json_sax<json> {
+// Keeps the known keys of one element; on a parse error, what the parser
+// said and where.
+class ElementSax : public nlohmann::json_sax<json> {
  public:
-  using Element = std::vector<Value>;
-  DetectionSax(Diagnostics& diag, std::string name)
-      : diag_(diag), name_(std::move(name)), element_(key_count) {}
-
-  virtual void element(std::size_t index, Element& values) = 0;
+  std::vector<Value> values = std::vector<Value>(key_count);
+  bool is_object = false;
+  int current = key_count;      // the known key being read, if any
+  std::string error;            // the parser's complaint
+  int error_id = 0;             // its exception id
+  std::size_t error_position = 0;  // bytes read when it complained
 
   bool null() override { return scalar(Value::null, 0.0, ""); }
   bool boolean(bool) override { return scalar(Value::other, 0.0, ""); }
@@ -268,80 +276,53 @@ class DetectionSax : public nlohmann::json_sax<json> {
   }
   bool string(string_t& s) override { return scalar(Value::string, 0.0, s); }
   bool binary(binary_t&) override { return scalar(Value::other, 0.0, ""); }
-
   bool start_object(std::size_t) override {
-    if (depth_ == 0) {
-      diag_.error(name_, "not a JSON array of detections");
-      return false;
-    }
-    if (depth_ == 1) {
-      for (Value& v : element_) v = Value{};
-    } else if (depth_ == 2) {
-      scalar(Value::other, 0.0, "");
-    }
-    ++depth_;
-    return true;
+    if (depth_ == 0) is_object = true;
+    return open();
   }
   bool end_object() override {
     --depth_;
-    if (depth_ == 1) element(index_++, element_);
     return true;
   }
-  bool start_array(std::size_t) override {
-    if (depth_ == 1) {
-      not_an_object();
-    } else if (depth_ == 2) {
-      scalar(Value::other, 0.0, "");
-    }
-    ++depth_;
-    return true;
-  }
+  bool start_array(std::size_t) override { return open(); }
   bool end_array() override {
     --depth_;
     return true;
   }
   bool key(string_t& k) override {
-    key_ = key_count;
-    if (depth_ == 2)
-      for (int i = 0; i < key_count; ++i)
-        if (k == key_names[i]) key_ = i;
+    if (depth_ != 1) return true;
+    current = key_count;
+    for (int i = 0; i < key_count; ++i)
+      if (k == key_names[i]) current = i;
     return true;
   }
   bool parse_error(std::size_t position, const std::string&,
                    const nlohmann::detail::exception& ex) override {
-    // The library's message is "[json.exception...] parse error at line
-    // L, column C: what"; keep what, with our own position.
-    std::string what = ex.what();
-    const std::size_t column = what.find(", column ");
-    if (column != std::string::npos) {
-      const std::size_t colon = what.find(": ", column);
-      if (colon != std::string::npos) what = what.substr(colon + 2);
-    }
-    diag_.error(name_ + ":" + position_text(position),
-                "JSON syntax error: " + what);
+    // The library's message is "[json.exception.NAME] parse error at line
+    // L, column C: WHAT" or "[json.exception.NAME] WHAT"; keep WHAT.
+    error = ex.what();
+    const std::size_t column = error.find(", column ");
+    const std::size_t colon = error.find(": ", column == std::string::npos
+                                                   ? 0
+                                                   : column);
+    if (column != std::string::npos && colon != std::string::npos)
+      error = error.substr(colon + 2);
+    else if (error.find("] ") != std::string::npos)
+      error = error.substr(error.find("] ") + 2);
+    error_id = ex.id;
+    error_position = position;
     return false;
   }
 
-  std::size_t depth() const { return depth_; }
-
-  const char* text_ = nullptr;  // the document, for line numbers
-  std::size_t text_size_ = 0;
-  std::size_t lines_before_ = 0;
-
- protected:
-  Diagnostics& diag_;
-  std::string name_;
-
  private:
+  bool open() {
+    if (depth_ == 1) scalar(Value::other, 0.0, "");
+    ++depth_;
+    return true;
+  }
   bool scalar(Value::Kind kind, double number, const std::string& text) {
-    if (depth_ == 0) {
-      diag_.error(name_, "not a JSON array of detections");
-      return false;
-    }
-    if (depth_ == 1) {
-      not_an_object();
-    } else if (depth_ == 2 && key_ < key_count) {
-      Value& v = element_[key_];
+    if (depth_ == 1 && current < key_count) {
+      Value& v = values[current];
       v.kind = kind;
       v.number_value = number;
       v.text = text;
@@ -349,43 +330,94 @@ class DetectionSax : public nlohmann::json_sax<json> {
     return true;
   }
 
-  void not_an_object() {
-    diag_.error(name_ + ": [" + std::to_string(index_) + "]",
-                "not a detection object");
-    ++index_;
-  }
-
-  // "line:column" of a byte position (1-based column of the byte after it).
-  std::string position_text(std::size_t position) const {
-    std::size_t line = lines_before_ + 1, column = 1;
-    for (std::size_t i = 0; i < position && i < text_size_; ++i) {
-      if (text_[i] == '\n') {
-        ++line;
-        column = 1;
-      } else {
-        ++column;
-      }
-    }
-    return std::to_string(line) + ":" + std::to_string(column);
-  }
-
   std::size_t depth_ = 0;
-  std::size_t index_ = 0;
-  int key_ = key_count;
-  Element element_;
 };
+
+// Where the JSON value starting at `pos` ends: after its closing bracket or
+// quote, or at the separator after a scalar; npos when the text ends first.
+std::size_t value_end(const std::string& t, std::size_t pos) {
+  if (pos >= t.size()) return std::string::npos;
+  if (t[pos] != '{' && t[pos] != '[' && t[pos] != '"') {
+    while (pos < t.size() && t[pos] != ',' && t[pos] != ']' &&
+           t[pos] != '}' && !std::isspace(static_cast<unsigned char>(t[pos])))
+      ++pos;
+    return pos;
+  }
+  int depth = 0;
+  bool in_string = false;
+  for (; pos < t.size(); ++pos) {
+    const char c = t[pos];
+    if (in_string) {
+      if (c == '\\') ++pos;
+      else if (c == '"') in_string = false;
+      if (!in_string && depth == 0) return pos + 1;
+      continue;
+    }
+    if (c == '"') in_string = true;
+    else if (c == '{' || c == '[') ++depth;
+    else if ((c == '}' || c == ']') && --depth == 0) return pos + 1;
+  }
+  return std::string::npos;
+}
+
+bool is_number_char(char c) {
+  return (c >= '0' && c <= '9') || c == '.' || c == 'e' || c == 'E' ||
+         c == '+' || c == '-';
+}
 
 class JsonReader : public EventReader {
  public:
-  JsonReader(std::istream& in, const std::string& name,
-             Diagnostics& diagnostics, std::size_t lines_before) {
+  JsonReader(std::istream& in, std::string name, Diagnostics& diagnostics,
+             std::size_t lines_before)
+      : name_(std::move(name)), diag_(diagnostics) {
     const std::string text((std::istreambuf_iterator<char>(in)),
                            std::istreambuf_iterator<char>());
-    Collector sax(diagnostics, name, events_);
-    sax.text_ = text.data();
-    sax.text_size_ = text.size();
-    sax.lines_before_ = lines_before;
-    json::sax_parse(text, &sax);
+    std::size_t line = lines_before + 1, counted = 0;
+    auto line_at = [&](std::size_t pos) {
+      for (; counted < pos && counted < text.size(); ++counted)
+        line += text[counted] == '\n';
+      return line;
+    };
+    auto syntax = [&](std::size_t pos, const std::string& what) {
+      diag_.error(name_ + ":" + std::to_string(line_at(pos)),
+                  "JSON syntax error: " + what);
+    };
+    auto skip_blank = [&](std::size_t& pos) {
+      while (pos < text.size() &&
+             std::isspace(static_cast<unsigned char>(text[pos])))
+        ++pos;
+    };
+    std::size_t pos = 0;
+    skip_blank(pos);
+    ++pos;  // the '[' that made this a JSON input
+    skip_blank(pos);
+    if (pos < text.size() && text[pos] == ']') {
+      ++pos;
+    } else {
+      for (std::size_t index = 0;; ++index) {
+        skip_blank(pos);
+        const std::size_t start = pos, end = value_end(text, pos);
+        const std::size_t stop = end == std::string::npos ? text.size() : end;
+        element(index, text.substr(start, stop - start), line_at(start));
+        if (end == std::string::npos) return;
+        pos = end;
+        skip_blank(pos);
+        if (pos < text.size() && text[pos] == ',') {
+          ++pos;
+          continue;
+        }
+        if (pos < text.size() && text[pos] == ']') {
+          ++pos;
+          break;
+        }
+        syntax(pos, pos < text.size() ? "',' or ']' expected after element " +
+                                            std::to_string(index)
+                                      : "the array is not closed");
+        return;
+      }
+    }
+    skip_blank(pos);
+    if (pos < text.size()) syntax(pos, "text after the array");
   }
 
   bool next(Event& event) override {
@@ -395,91 +427,134 @@ class JsonReader : public EventReader {
   }
 
  private:
-  class Collector : public DetectionSax {
-   public:
-    Collector(Diagnostics& d, const std::string& name,
-              std::vector<Event>& events)
-        : DetectionSax(d, name), events_(events) {}
-
-    void element(std::size_t index, Element& v) override {
-      const std::string where = name_ + ": [" + std::to_string(index) + "]";
-      auto refuse = [&](Key k, const std::string& message) {
-        diag_.error(where, std::string("\"") + key_names[k] + "\": " + message);
-      };
-      const Value& ev = v[k_event];
-      std::string event_name;
-      if (ev.kind == Value::string || ev.kind == Value::number) {
-        event_name = ev.text;
-      } else if (ev.kind != Value::absent && ev.kind != Value::null) {
-        refuse(k_event, "not a string or a number; detection left out");
-        return;
-      }
-      auto found = index_.find(event_name);
-      if (found == index_.end()) {
-        found = index_.emplace(event_name, events_.size()).first;
-        events_.emplace_back();
-        events_.back().name = event_name;
-      }
-      Event& event = events_[found->second];
-
-      Detection d;
-      const Value& name = v[k_name];
-      if (name.kind == Value::string || name.kind == Value::number) {
-        d.station = name.text;
-      } else if (name.kind == Value::other) {
-        refuse(k_name, "not a string");
-        ++event.refused;
-        return;
-      }
-      auto number = [&](Key k, std::string (*check)(double), double& out) {
-        const Value& x = v[k];
-        std::string problem;
-        if (x.kind == Value::absent) {
-          problem = "missing";
-        } else if (x.kind != Value::number) {
-          problem = "not a number";
-        } else {
-          problem = check(x.number_value);
-          if (!problem.empty()) problem += ": " + quote(x.text);
-        }
-        if (!problem.empty()) {
-          refuse(k, problem);
-          return false;
-        }
-        out = x.number_value;
-        return true;
-      };
-      if (!number(k_lat, check_latitude, d.latitude) ||
-          !number(k_lon, check_longitude, d.longitude) ||
-          !number(k_baz, check_azimuth, d.back_azimuth)) {
-        ++event.refused;
-        return;
-      }
-      const Value& t = v[k_time];
-      if (t.kind == Value::string) {
-        const auto parsed = parse_iso_time(t.text);
-        if (!parsed) {
-          refuse(k_time, "not an ISO 8601 time: " + quote(t.text));
-          ++event.refused;
-          return;
-        }
-        d.has_time = true;
-        d.time = *parsed;
-      } else if (t.kind != Value::absent && t.kind != Value::null) {
-        refuse(k_time, "not an ISO 8601 time string");
-        ++event.refused;
-        return;
-      }
-      normalise(d);
-      event.detections.push_back(std::move(d));
+  // The event named by `v` (created at its first appearance); nullptr when
+  // "Event" is neither missing, null, a string nor a number.
+  Event* event_of(const Value& v) {
+    std::string event_name;
+    if (v.kind == Value::string || v.kind == Value::number)
+      event_name = v.text;
+    else if (v.kind != Value::absent && v.kind != Value::null)
+      return nullptr;
+    auto found = index_.find(event_name);
+    if (found == index_.end()) {
+      found = index_.emplace(event_name, events_.size()).first;
+      events_.emplace_back();
+      events_.back().name = event_name;
     }
+    return &events_[found->second];
+  }
 
-   private:
-    std::vector<Event>& events_;
-    std::unordered_map<std::string, std::size_t> index_;
-  };
+  void element(std::size_t index, std::string text, std::size_t line) {
+    const std::string where = name_ + ": [" + std::to_string(index) + "]";
+    auto field = [](int k) {
+      return std::string("\"") + key_names[k] + "\": ";
+    };
+    // A number beyond the range of a double stops the parser: such a
+    // number is read again as 0 and noted as not finite.
+    ElementSax sax;
+    std::vector<std::pair<int, std::string>> overflows;
+    for (;;) {
+      sax = ElementSax();
+      json::sax_parse(text, &sax);
+      if (sax.error_id != 406 || sax.current == key_count ||
+          overflows.size() > 16)
+        break;
+      std::size_t end = std::min(sax.error_position, text.size());
+      while (end > 0 && !is_number_char(text[end - 1])) --end;
+      std::size_t begin = end;
+      while (begin > 0 && is_number_char(text[begin - 1])) --begin;
+      if (begin == end) break;
+      overflows.emplace_back(sax.current, text.substr(begin, end - begin));
+      text.replace(begin, end - begin, "0");
+    }
+    for (const auto& o : overflows) {
+      Value& v = sax.values[o.first];
+      if (v.kind == Value::number && v.number_value == 0.0) {
+        v.number_value = std::numeric_limits<double>::infinity();
+        v.text = o.second;
+      }
+    }
+    if (!sax.error.empty()) {
+      std::size_t error_line = line;
+      for (std::size_t i = 0; i < sax.error_position && i < text.size(); ++i)
+        error_line += text[i] == '\n';
+      diag_.error(where, (sax.current < key_count ? field(sax.current) : "") +
+                             "JSON syntax error at line " +
+                             std::to_string(error_line) + ": " + sax.error);
+      // The event is known when the parser got past its key.
+      if (Event* e = sax.values[k_event].kind != Value::absent
+                         ? event_of(sax.values[k_event])
+                         : nullptr)
+        ++e->refused;
+      return;
+    }
+    if (!sax.is_object) {
+      diag_.error(where, "not a detection object");
+      return;
+    }
+    const std::vector<Value>& v = sax.values;
+    Event* event = event_of(v[k_event]);
+    if (!event) {
+      diag_.error(where, field(k_event) +
+                             "not a string or a number; detection left out");
+      return;
+    }
+    auto refuse = [&](int k, const std::string& message) {
+      diag_.error(where, field(k) + message);
+      ++event->refused;
+    };
 
+    Detection d;
+    const Value& name = v[k_name];
+    if (name.kind == Value::string || name.kind == Value::number) {
+      d.station = name.text;
+    } else if (name.kind == Value::other) {
+      refuse(k_name, "not a string");
+      return;
+    }
+    auto number = [&](int k, std::string (*check)(double), double& out) {
+      const Value& x = v[k];
+      std::string problem;
+      if (x.kind == Value::absent) {
+        problem = "missing";
+      } else if (x.kind != Value::number) {
+        problem = "not a number";
+      } else {
+        problem = check(x.number_value);
+        if (!problem.empty()) problem += ": " + quote(x.text);
+      }
+      if (!problem.empty()) {
+        refuse(k, problem);
+        return false;
+      }
+      out = x.number_value;
+      return true;
+    };
+    if (!number(k_lat, check_latitude, d.latitude) ||
+        !number(k_lon, check_longitude, d.longitude) ||
+        !number(k_baz, check_azimuth, d.back_azimuth))
+      return;
+    const Value& t = v[k_time];
+    if (t.kind == Value::string) {
+      const auto parsed = parse_iso_time(t.text);
+      if (!parsed) {
+        refuse(k_time, "not an ISO 8601 time: " + quote(t.text));
+        return;
+      }
+      d.has_time = true;
+      d.time = *parsed;
+    } else if (t.kind != Value::absent && t.kind != Value::null) {
+      refuse(k_time, "not an ISO 8601 time string");
+      return;
+    }
+    normalise(d);
+    event->detections.push_back(std::move(d));
+  }
+
+  std::string name_;
+  Diagnostics& diag_;
   std::vector<Event> events_;
+  std::unordered_map<std::string, std::size_t> index_;
   std::size_t next_ = 0;
 };
 

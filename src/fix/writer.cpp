@@ -199,7 +199,18 @@ std::vector<std::vector<LonLat>> cut_ring(const std::vector<LonLat>& ring) {
     for (LonLat& q : p) q.lon -= shift;
     if (!(ring_area(p) > 0.0)) continue;
     p.push_back(p.front());
-    parts.push_back(std::move(p));
+    // Edges along a pole span up to 360 degrees of longitude: split them so
+    // that no edge is read as the short way across the antimeridian.
+    std::vector<LonLat> dense{p.front()};
+    for (std::size_t i = 1; i < p.size(); ++i) {
+      const LonLat a = p[i - 1], b = p[i];
+      const int pieces = static_cast<int>(std::ceil(std::fabs(b.lon - a.lon) / 90.0));
+      for (int k = 1; k < pieces; ++k)
+        dense.push_back({a.lon + (b.lon - a.lon) * k / pieces,
+                         a.lat + (b.lat - a.lat) * k / pieces});
+      dense.push_back(b);
+    }
+    parts.push_back(std::move(dense));
   }
   return parts;
 }
