@@ -70,7 +70,7 @@ TEST(FixCalibration, EllipseAndOriginTimeCover95Percent) {
   synthetic::Noise exact{0.0, true, 0.0, 0.0, 0.0};
   int events = 0, in_ellipse = 0, in_interval = 0, not_ok = 0;
   std::vector<double> errors;
-  while (events < 1200) {
+  for (int geometry = 0; geometry < 2000 && events < 1200; ++geometry) {
     const double lat = -70.0 + 140.0 * u(rng), lon = -180.0 + 360.0 * u(rng);
     std::vector<Site> sites;
     for (int i = 0; i < 5; ++i)
@@ -93,6 +93,7 @@ TEST(FixCalibration, EllipseAndOriginTimeCover95Percent) {
                    fix::normal975 * s.origin_sigma_s;
     errors.push_back(km(g, s.latitude, s.longitude, lat, lon));
   }
+  ASSERT_EQ(events, 1200) << "too few well-conditioned geometries";
   std::sort(errors.begin(), errors.end());
   const double ellipse = 100.0 * in_ellipse / events;
   const double interval = 100.0 * in_interval / events;
