@@ -169,7 +169,7 @@ struct Locator::Trial {
       const Observation& o = l.obs_[i];
       if (!o.used || !o.has_time) continue;
       sw += 1.0 / var_t[i];
-      swt += (o.t - geo[i].distance_km * l.slowness_) / var_t[i];
+      swt += l.time_residual(o, geo[i], 0.0) / var_t[i];
     }
     if (sw > 0.0) t0 = swt / sw;
   }
@@ -182,10 +182,10 @@ struct Locator::Trial {
     for (std::size_t i = 0; i < l.obs_.size(); ++i) {
       const Observation& o = l.obs_[i];
       if (!o.used) continue;
-      const double rb = wrap180(o.baz - geo[i].azimuth_1) / o.sigma;
+      const double rb = l.bearing_residual(o, geo[i]) / o.sigma;
       cost += rb * rb;
       if (o.has_time) {
-        const double rt = o.t - t0 - geo[i].distance_km * l.slowness_;
+        const double rt = l.time_residual(o, geo[i], t0);
         cost += rt * rt / weights.var_t[i];
       }
     }
@@ -207,7 +207,7 @@ struct Locator::Trial {
       const Partials d = partials(gd, radius);
       const double* jb = d.bearing;
       const double wb = 1.0 / (o.sigma * o.sigma);
-      const double rb = wrap180(o.baz - gd.azimuth_1);
+      const double rb = l.bearing_residual(o, gd);
       for (int i = 0; i < 2; ++i) {
         g[i] += wb * jb[i] * rb;
         for (int j = 0; j < 2; ++j) a[i][j] += wb * jb[i] * jb[j];
@@ -217,7 +217,7 @@ struct Locator::Trial {
         const double jt[3] = {l.slowness_ * d.distance[0],
                               l.slowness_ * d.distance[1], 1.0};
         const double wt = 1.0 / var_t[k];
-        const double rt = o.t - t0 - gd.distance_km * l.slowness_;
+        const double rt = l.time_residual(o, gd, t0);
         for (int i = 0; i < 3; ++i) {
           g[i] += wt * jt[i] * rt;
           for (int j = 0; j < 3; ++j) a[i][j] += wt * jt[i] * jt[j];
@@ -460,7 +460,7 @@ Solution Locator::locate(const Event& event) {
       if (o.used) {
         ++bearings;
         double score = 0.0;
-        if (std::fabs(wrap180(o.baz - at.geo[k].azimuth_1)) >= 90.0)
+        if (std::fabs(bearing_residual(o, at.geo[k])) >= 90.0)
           score = std::numeric_limits<double>::infinity();  // points away
         else if (rows - at.params >= 2)
           score = standardised(k, at, cov, at.geo[k]);
@@ -514,51 +514,32 @@ Solution Locator::locate(const Event& event) {
     solution.origin_sigma_s = std::sqrt(cov[2][2]);
   }
 
-  double best_margin = 0.0, best_angle = 0.0;
   for (std::size_t k = 0; k < n; ++k) {
     const Observation& o = obs_[k];
     DetectionFit& d = solution.detections[k];
     Geodesic gd;
     if (o.used) {
       gd = at.geo[k];
-      for (std::size_t m = k + 1; m < n; ++m) {
-        if (!obs_[m].used) continue;
-        double angle = std::fmod(std::fabs(gd.azimuth_2 - at.geo[m].azimuth_2),
-                                 180.0);
-        if (angle > 90.0) angle = 180.0 - angle;
-        const double margin = angle / std::hypot(o.sigma, obs_[m].sigma);
-        if (margin > best_margin) {
-          best_margin = margin;
-          best_angle = angle;
-        }
-      }
     } else {
       gd = earth_.inverse(o.lat, o.lon, lat, lon);
       ++solution.geodesics;
     }
     d.used = o.used;
     d.distance_km = gd.distance_km;
-    d.residual_deg = wrap180(o.baz - gd.azimuth_1);
+    d.residual_deg = bearing_residual(o, gd);
     if (o.has_time && solution.has_origin)
-      d.residual_s = o.t - t0 - gd.distance_km * slowness_;
+      d.residual_s = time_residual(o, gd, t0);
   }
 
   solution.status = Status::ok;
-  if (best_margin < normal975) {
+  const double departure = nonlinearity(at, solution);
+  if (!(departure <= max_nonlinearity)) {
     solution.status = Status::ill_conditioned;
     solution.reason = format(
-        "the bearings cross at %.1f degrees at most, within their errors",
-        best_angle);
-  } else {
-    const double departure = nonlinearity(at, solution);
-    if (!(departure <= max_nonlinearity)) {
-      solution.status = Status::ill_conditioned;
-      solution.reason = format(
-          "the linearised ellipse is not to be trusted: at its edge a "
-          "detection departs from its linear prediction by %.1f standard "
-          "deviations",
-          departure);
-    }
+        "the linearised ellipse is not to be trusted: at its edge a "
+        "detection departs from its linear prediction by %.1f standard "
+        "deviations",
+        departure);
   }
   return solution;
 }
@@ -580,7 +561,7 @@ double Locator::standardised(std::size_t k, const Trial& at,
   const double var_b = o.sigma * o.sigma;
   const double q_b = jb[0] * (cov[0][0] * jb[0] + cov[0][1] * jb[1]) +
                      jb[1] * (cov[1][0] * jb[0] + cov[1][1] * jb[1]);
-  const double rb = wrap180(o.baz - gd.azimuth_1);
+  const double rb = bearing_residual(o, gd);
   if (var_b + sign * q_b > 1e-9 * var_b)
     score = std::fabs(rb) / std::sqrt(var_b + sign * q_b);
   if (o.has_time && at.params == 3) {
@@ -590,7 +571,7 @@ double Locator::standardised(std::size_t k, const Trial& at,
     for (int i = 0; i < 3; ++i)
       for (int j = 0; j < 3; ++j) q_t += jt[i] * cov[i][j] * jt[j];
     const double var_t = Trial::time_variance(*this, gd.distance_km);
-    const double rt = o.t - at.t0 - gd.distance_km * slowness_;
+    const double rt = time_residual(o, gd, at.t0);
     if (var_t + sign * q_t > 1e-9 * var_t)
       score = std::max(score, std::fabs(rt) / std::sqrt(var_t + sign * q_t));
   }

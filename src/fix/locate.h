@@ -83,6 +83,17 @@ class Locator {
     double gc_lat;     // geocentric latitude, degrees
   };
   struct Trial;
+  /// Observed minus computed bearing of `o` (degrees, (-180, 180]) with the
+  /// geodesic `g` from its station to the source.
+  static double bearing_residual(const Observation& o, const Geodesic& g) {
+    return wrap180(o.baz - g.azimuth_1);
+  }
+  /// Observed minus predicted arrival time of `o` (s) with the geodesic `g`
+  /// and the origin time `t0` (s, from the event's first arrival).
+  double time_residual(const Observation& o, const Geodesic& g,
+                       double t0) const {
+    return o.t - t0 - g.distance_km * slowness_;
+  }
   bool evaluate(double lat, double lon, double t0, Trial& trial,
                 const Trial* weights, Solution& solution) const;
   double nonlinearity(const Trial& at, Solution& solution) const;

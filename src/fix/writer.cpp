@@ -190,7 +190,6 @@ std::vector<std::vector<LonLat>> cut_ring(const std::vector<LonLat>& ring) {
     u.push_back({u[0].lon + turn, pole});
     u.push_back({u[0].lon, pole});
   }
-  if (ring_area(u) < 0.0) std::reverse(u.begin(), u.end());
   for (int k = -2; k <= 2; ++k) {
     const double shift = 360.0 * k;
     std::vector<LonLat> p = clip(clip(u, shift - 180.0, true), shift + 180.0,

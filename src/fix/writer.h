@@ -52,10 +52,10 @@ std::string number(double value, int decimals);
 /// antimeridian: the parts, with points added on +-180.
 std::vector<std::vector<LonLat>> cut_line(const std::vector<LonLat>& line);
 
-/// A ring (open: the first point is not repeated; longitudes in
-/// [-180, 180]) cut at the antimeridian into counter-clockwise rings, closed
-/// by repeating the first point. A ring that encloses a pole is closed along
-/// that pole's parallel first.
+/// A counter-clockwise ring (open: the first point is not repeated;
+/// longitudes in [-180, 180]) cut at the antimeridian into rings, closed by
+/// repeating the first point. A ring that goes round a pole is closed along
+/// the pole first.
 std::vector<std::vector<LonLat>> cut_ring(const std::vector<LonLat>& ring);
 
 }  // namespace fix
