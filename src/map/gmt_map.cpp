@@ -23,7 +23,7 @@ namespace {
 
 // Page layout, in points: room for the annotations left and below the
 // frame, the title lines above it.
-constexpr double kLeft = 48, kRight = 14, kBottom = 24, kTopBase = 30;
+constexpr double kLeft = 48, kRight = 14, kBottom = 24, kTopBase = 32;
 constexpr double kLineStep = 12;  // one subtitle line
 
 std::string num(double v, int decimals) {
@@ -121,7 +121,7 @@ std::vector<std::string> title_lines(const MapEvent& event,
   std::vector<std::string> lines;
   if (!event.fix) return {title};
   const MapFix& f = *event.fix;
-  if (!f.status.empty() && f.status != "ok") title += " (" + f.status + ")";
+  if (f.status == "ill-conditioned") title += " (ill-conditioned)";
   lines.push_back(title);
   if (f.at) {
     std::string line = "Fix " + degrees(*f.at);
@@ -270,7 +270,8 @@ fs::path draw_event(const MapEvent& event, const DrawOptions& options,
   gmt_run({"set", "PS_MEDIA", num(page_w, 4) + "px" + num(page_h, 4) + "p",
            "GMT_DATA_UPDATE_INTERVAL", "off", "FONT_ANNOT_PRIMARY", "8p",
            "FORMAT_GEO_MAP", "ddd:mmF", "MAP_FRAME_TYPE", "plain",
-           "MAP_GRID_PEN_PRIMARY", "0.25p,gray65"});
+           "MAP_GRID_PEN_PRIMARY", "0.25p,gray65", "MAP_TICK_LENGTH_PRIMARY",
+           "3p"});
 
   // Intermediate coastlines for small maps, low ones for large maps; "+f"
   // falls back to a coarser set when a finer one is not installed.
@@ -317,7 +318,7 @@ fs::path draw_event(const MapEvent& event, const DrawOptions& options,
            "--FONT_ANNOT_PRIMARY=7p"});
   // Title lines above the frame, the first in bold.
   for (std::size_t i = 0; i < titles.size(); ++i) {
-    const double above = 6 + kLineStep * (titles.size() - 1 - i);
+    const double above = 8 + kLineStep * (titles.size() - 1 - i);
     gmt_run({"text", "title" + std::to_string(i) + ".txt",
              i == 0 ? "-F+cTC+jBC+f12p,Helvetica-Bold" : "-F+cTC+jBC+f9p",
              "-D0/" + num(above + (i == 0 ? 3 : 0), 1) + "p", "-N"});

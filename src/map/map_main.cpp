@@ -125,10 +125,8 @@ std::string read_input(const std::string& file) {
     return text.str();
   }
   std::ifstream in(file, std::ios::binary);
-  if (!in || fs::is_directory(file))
-    throw MapError("cannot read " + file + ": " +
-                   (fs::is_directory(file) ? "is a directory"
-                                           : std::strerror(errno)));
+  if (!in) throw MapError(std::strerror(errno));
+  if (fs::is_directory(file)) throw MapError("is a directory");
   text << in.rdbuf();
   return text.str();
 }
