@@ -4,13 +4,20 @@
 # the features in the middle of the map, GMT silent; bad input and a failing
 # GMT give a message and status 1 and leave no file; nothing is left in the
 # working, home or temporary directory.
-# Usage: map_test.sh VESTRA_MAP FIXTURE_DIR
+# The manual page formats without warnings and documents every option.
+# Usage: map_test.sh VESTRA_MAP FIXTURE_DIR MANUAL_PAGE
 set -u
-map=$1 fixtures=$2
+map=$1 fixtures=$2 page=$3
 failures=0
 fail() { echo "FAIL: $*"; failures=$((failures + 1)); }
 # Debian's Python, which has GDAL (gdal-bin depends on it).
 check_png() { /usr/bin/python3 "$fixtures/check_png.py" "$@" || fail "$1"; }
+
+out=$(groff -man -ww -z "$page" 2>&1)
+[[ -z $out ]] || fail "groff warnings: $out"
+for option in $("$map" --help | grep -o -- '--[a-z]*' | sort -u); do
+    grep -q -- "${option//-/'\\-'}" "$page" || fail "$option not in $page"
+done
 
 tmp=$(mktemp -d)
 trap 'rm -rf "$tmp"' EXIT
