@@ -193,8 +193,8 @@ fs::path draw_event(const MapEvent& event, const DrawOptions& options,
   const double page_h = options.height_px * 72.0 / options.dpi;
   const double top = kTopBase + kLineStep * (titles.size() - 1);
   const double area_w = page_w - kLeft - kRight, area_h = page_h - kBottom - top;
-  if (area_w < 72 || area_h < 72)
-    throw MapError("the page is too small for a map at this resolution");
+  if (area_w < 100 || area_h < 100)
+    throw MapError("the page is too small for a map: raise --size or lower --dpi");
 
   std::optional<GeoPoint> fix;
   if (event.fix && event.fix->at) fix = event.fix->at;
@@ -277,11 +277,15 @@ fs::path draw_event(const MapEvent& event, const DrawOptions& options,
   // falls back to a coarser set when a finer one is not installed.
   const std::string resolution = view.width_km < 1500 ? "-Di+f" : "-Dl+f";
   const double min_area = std::floor(std::pow(view.width_km / 300, 2));
-  gmt_run({"coast", region, projection, resolution,
-           "-A" + num(min_area, 0), "-S#d6e9f5", "-G#f4f1e6",
-           "-W0.3p,gray35", "-N1/0.35p,gray45,-",
-           "-X" + num(kLeft + (area_w - map_w) / 2, 3) + "p",
-           "-Y" + num(kBottom + (area_h - map_h) / 2, 3) + "p"});
+  std::vector<std::string> coast = {
+      "coast", region, projection, resolution, "-A" + num(min_area, 0),
+      "-W0.3p,gray35", "-N1/0.35p,gray45,-",
+      "-X" + num(kLeft + (area_w - map_w) / 2, 3) + "p",
+      "-Y" + num(kBottom + (area_h - map_h) / 2, 3) + "p"};
+  // GMT cannot promise to fill land and water on the whole disk (it warns
+  // that it depends on the antipode); that map has outlines only.
+  if (!view.whole_earth) coast.insert(coast.end(), {"-S#d6e9f5", "-G#f4f1e6"});
+  gmt_run(coast);
   if (has_data("ellipse.txt"))
     gmt_run({"plot", "ellipse.txt", "-Gorange@60"});
   if (has_data("unused.txt"))
