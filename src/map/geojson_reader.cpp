@@ -119,18 +119,16 @@ MapFix fix(const json& feature, const json& props, std::size_t index) {
 }  // namespace
 
 std::vector<MapEvent> read_geojson(const std::string& input) {
-  json doc = json::parse(input, nullptr, false);
-  if (doc.is_discarded()) {
-    // Parse again with exceptions for the message with line and column.
-    try {
-      doc = json::parse(input);
-    } catch (const json::parse_error& e) {
-      std::string what = e.what();
-      auto bracket = what.find("] ");
-      throw MapError("not valid JSON: " + (bracket == std::string::npos
-                                               ? what
-                                               : what.substr(bracket + 2)));
-    }
+  json doc;
+  try {
+    doc = json::parse(input);
+  } catch (const json::exception& e) {
+    // "[json.exception.parse_error.101] parse error at line 3, column 1: ..."
+    std::string what = e.what();
+    auto bracket = what.find("] ");
+    throw MapError("not valid JSON: " + (bracket == std::string::npos
+                                             ? what
+                                             : what.substr(bracket + 2)));
   }
   if (!doc.is_object() || doc.value("type", json()) != "FeatureCollection" ||
       !doc.contains("features") || !doc["features"].is_array())

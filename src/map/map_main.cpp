@@ -238,7 +238,7 @@ int map_main(int argc, char** argv) {
   try {
     try {
       events = read_geojson(read_input(input));
-    } catch (const MapError& e) {
+    } catch (const std::exception& e) {
       throw MapError(input_name + ": " + e.what());
     }
     std::set<std::string> seen;
