@@ -4,4 +4,4 @@ arg: 10
 arg-append: 131000 x
 args: -k 111 -l 66
 status: 0
-log-lines: 1
+empty: err

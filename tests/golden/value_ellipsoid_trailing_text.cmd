@@ -3,4 +3,3 @@ args: --ellipsoid
 arg: 12x
 args: -k 111 -l 66
 status: 0
-log-lines: 1

@@ -3,4 +3,4 @@ args: --norsar --sbaz
 arg: 1e-999
 args: -k 111 -l 66
 status: 0
-log-lines: 1
+empty: err

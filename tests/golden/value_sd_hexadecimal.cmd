@@ -3,4 +3,4 @@ args: -k
 arg: 111:0x3
 args: -l 66
 status: 0
-log-lines: 1
+empty: err

@@ -4,4 +4,4 @@ arg: 111:
 arg-append: 131000 9
 args: -l 66
 status: 1
-log-lines: 0
+empty: out log

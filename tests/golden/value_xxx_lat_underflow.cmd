@@ -3,4 +3,3 @@ args: -x 10 --xxx-lat
 arg: 1e-999
 args: -k 111
 status: 0
-log-lines: 1

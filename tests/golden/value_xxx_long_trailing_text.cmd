@@ -3,4 +3,3 @@ args: -x 10 --xxx-long
 arg: 15deg
 args: -k 111
 status: 0
-log-lines: 1
