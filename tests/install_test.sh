@@ -49,6 +49,12 @@ for name in vestra vestra-norsar; do
 done
 [[ ! -e logfile ]] || fail "--no-log left a run log"
 
+# vestra-map, its manual page and its completion.
+[[ -x $bin/vestra-map ]] || fail "bin/vestra-map missing"
+[[ -s $prefix/share/man/man1/vestra-map.1 ]] || fail "vestra-map.1 missing"
+[[ -s $comp/vestra-map ]] || fail "vestra-map completion missing"
+"$bin/vestra-map" --help >/dev/null || fail "vestra-map --help: status $?"
+
 if ((failures)); then
     echo "$failures installation check(s) failed"
     exit 1
