@@ -1,5 +1,6 @@
-# Convenience front end to CMake.
-#   make        install missing Debian packages, configure and build (build/vestra)
+# Convenience front end to CMake. On a bare system, ./bootstrap installs the
+# Debian packages (make among them) and then runs make.
+#   make        check the Debian packages, configure and build (build/vestra)
 #   make test   build and run the whole test suite
 #   make asan   the test suite again under AddressSanitizer + UBSan (build-asan/)
 #   make bench  the benchmarks (BENCH_ARGS passes options to Google Benchmark)
@@ -11,27 +12,15 @@ BUILD ?= build
 ASAN_BUILD ?= build-asan
 JOBS ?= $(shell nproc)
 PREFIX ?= /usr/local
-# Debian packages the build and the tests need.
-PACKAGES = g++ cmake make libmsgsl-dev libgtest-dev libgmock-dev \
-           libgeographiclib-dev nlohmann-json3-dev groff-base man-db
 
 .PHONY: all deps build test install asan bench fuzz clean
 
 all: build
 
+# The Debian packages the build and the tests need (listed in ./bootstrap):
+# installed as root, else the command to run as root is printed.
 deps:
-	@missing=$$(for p in $(PACKAGES); do \
-	  dpkg-query -W -f='$${Status}\n' $$p 2>/dev/null | grep -q '^install ok installed' || echo $$p; \
-	done); \
-	if [ -n "$$missing" ]; then \
-	  if [ "$$(id -u)" = 0 ]; then \
-	    apt-get update && DEBIAN_FRONTEND=noninteractive apt-get install -y $$missing; \
-	  else \
-	    echo "Missing Debian packages. Install them with:"; \
-	    echo "  sudo apt-get install -y" $$missing; \
-	    exit 1; \
-	  fi; \
-	fi
+	@sh ./bootstrap --install
 
 $(BUILD)/CMakeCache.txt: | deps
 	cmake -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo
@@ -52,9 +41,7 @@ asan: deps
 
 # Benchmarks (Google Benchmark, GeographicLib as the reference).
 bench: deps
-	@dpkg-query -W -f='$${Status}\n' libbenchmark-dev 2>/dev/null | grep -q '^install ok installed' || \
-	  { [ "$$(id -u)" = 0 ] && apt-get install -y libbenchmark-dev; } || \
-	  { echo "  sudo apt-get install -y libbenchmark-dev"; exit 1; }
+	@sh ./bootstrap --install libbenchmark-dev
 	cmake -S . -B $(BUILD) -DVESTRA_BENCH=ON
 	cmake --build $(BUILD) -j$(JOBS) --target vestra_bench
 	$(BUILD)/bench/vestra_bench $(BENCH_ARGS)
@@ -62,9 +49,7 @@ bench: deps
 FUZZ_BUILD ?= build-fuzz
 FUZZ_SECONDS ?= 60
 fuzz: deps
-	@command -v clang++ >/dev/null || \
-	  { [ "$$(id -u)" = 0 ] && apt-get install -y clang libclang-rt-dev; } || \
-	  { echo "  sudo apt-get install -y clang libclang-rt-dev"; exit 1; }
+	@sh ./bootstrap --install clang libclang-rt-dev
 	CXX=clang++ cmake -S . -B $(FUZZ_BUILD) -DVESTRA_FUZZ=ON -DBUILD_TESTING=OFF \
 	  -DCMAKE_BUILD_TYPE=RelWithDebInfo
 	cmake --build $(FUZZ_BUILD) -j$(JOBS)

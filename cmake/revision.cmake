@@ -1,6 +1,7 @@
 # Writes OUTPUT with the revision identifier of SOURCE_DIR in the form of
 # `git describe --tags --long` (v<tag>-<commits>-g<hash>), falling back to
-# v0.0-0-g<hash> without a tag and v0.0-0-gunknown without git.
+# v<VERSION>-0-g<hash> without a tag and v<VERSION>-0-gunknown without git,
+# VERSION being the project's version (as the manual page gives it).
 execute_process(COMMAND git describe --tags --long --match "v[0-9]*"
                 WORKING_DIRECTORY ${SOURCE_DIR}
                 OUTPUT_VARIABLE rev RESULT_VARIABLE res
@@ -11,9 +12,9 @@ if(NOT res EQUAL 0 OR rev STREQUAL "")
                   OUTPUT_VARIABLE hash RESULT_VARIABLE res
                   OUTPUT_STRIP_TRAILING_WHITESPACE ERROR_QUIET)
   if(res EQUAL 0 AND NOT hash STREQUAL "")
-    set(rev "v0.0-0-g${hash}")
+    set(rev "v${VERSION}-0-g${hash}")
   else()
-    set(rev "v0.0-0-gunknown")
+    set(rev "v${VERSION}-0-gunknown")
   endif()
 endif()
 set(text "#define VESTRA_REVISION \"${rev}\"\n")

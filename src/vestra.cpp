@@ -172,12 +172,16 @@ bool norsar(const std::string& progname) {
 namespace {
 
 // A value as quoted in a number message: values longer than 64 bytes are
-// cut there, and the message says how long the whole value was.
+// cut there, before a UTF-8 continuation byte rather than inside a
+// character, and the message says how long the whole value was.
 constexpr std::size_t shown_bytes = 64;
 
 std::string quoted_value(const std::string& text) {
   if (text.size() <= shown_bytes) return "\"" + text + "\"";
-  return "\"" + text.substr(0, shown_bytes) + "\"... (" +
+  std::size_t cut = shown_bytes;
+  while (cut > 0 && (static_cast<unsigned char>(text[cut]) & 0xC0) == 0x80)
+    --cut;
+  return "\"" + text.substr(0, cut) + "\"... (" +
          std::to_string(text.size()) + " bytes)";
 }
 
@@ -459,7 +463,8 @@ bool same_station(const Station& s1, const Station& s2) {
 double fuzz_offset(std::size_t index) { return dist.at(index); }
 
 bool test_angle_fuzz(std::size_t start, std::size_t stop, Station& s1,
-                     Station& s2, Station& loc, bool& flag1, bool& flag2) {
+                     Station& s2, Station& loc, bool& flag1, bool& flag2,
+                     bool* located) {
   if (same_station(s1, s2)) {
     flag1 = flag2 = false;
     return true;
@@ -472,6 +477,7 @@ bool test_angle_fuzz(std::size_t start, std::size_t stop, Station& s1,
         DEBUG_TRACE("Got error. Need to retry with new fuzz\n");
         continue;
       }
+      if (located) *located = true;
       // A crossing more than a quarter circle away is refused for good.
       if (angular_distance_deg(s1, loc) > 90.0 ||
           angular_distance_deg(s2, loc) > 90.0) {
@@ -642,6 +648,9 @@ void read_options(int argc, char** argv, std::string& separator,
 }  // namespace
 
 void cross_pairs(output_base& output) {
+  // The verdicts are set false once for the run and then changed only by the
+  // search: a pair whose every trial fails leaves them, and so the range
+  // carried into the next pair, as the pair before it left them.
   bool flag1 = false, flag2 = false;
   Station loc = create_station("Default", epoch, 0.0, 0.0, 0.0);
 
@@ -655,25 +664,26 @@ void cross_pairs(output_base& output) {
                              << "\n");
       // A pair none of whose trials produced a location is reported as not
       // located, never with the verdicts left by the pair before it.
-      flag1 = flag2 = false;
-      if (!test_angle_fuzz(start, stop, p1, p2, loc, flag1, flag2)) {
+      bool located = false;
+      if (!test_angle_fuzz(start, stop, p1, p2, loc, flag1, flag2, &located)) {
         DEBUG_TRACE("Doing extended search\n");
-        if (test_angle_fuzz(11, 21, p1, p2, loc, flag1, flag2)) {
+        if (test_angle_fuzz(11, 21, p1, p2, loc, flag1, flag2, &located)) {
           start = 11;
           stop = 21;
         } else {
           DEBUG_TRACE("Doing realy extended search\n");
-          test_angle_fuzz(21, 39, p1, p2, loc, flag1, flag2);
+          test_angle_fuzz(21, 39, p1, p2, loc, flag1, flag2, &located);
           start = 21;
           stop = 39;
         }
       }
+      const bool confirmed = located && flag1 && flag2;
       if (!debug) {
-        if (flag1 && flag2)
+        if (confirmed)
           output.valid(loc, p1, p2);
         else
           output.invalid(loc, p1, p2);
-      } else if (flag1 && flag2) {
+      } else if (confirmed) {
         std::cout << "kelvo project=round lat=64.61 long=18.71 dist=200. "
                      "inch=9000. mapin=lyki2.gif mapout=lyki2.gif ";
         p1.set_output(Station::OUTPUT_LONG_LAT, ",");

@@ -83,9 +83,11 @@ bool validate(double val, double min, double max);
 /// The offset of the bearings for search index `index` (0..38), degrees.
 double fuzz_offset(std::size_t index);
 /// Searches the offset indices [start, stop) for a confirmed crossing; true
-/// when this pair's search is finished.
+/// when this pair's search is finished. A non-null `located` is set true
+/// when a trial's method run produced a location (it is never set false).
 bool test_angle_fuzz(std::size_t start, std::size_t stop, Station& s1,
-                     Station& s2, Station& loc, bool& flag1, bool& flag2);
+                     Station& s2, Station& loc, bool& flag1, bool& flag2,
+                     bool* located = nullptr);
 /// Whether the azimuths from s1 and s2 to loc agree with their `baz`.
 bool check_az(Station& s1, Station& s2, Station& loc, bool& flag1,
               bool& flag2);

@@ -1,9 +1,10 @@
-// End-to-end cases: each tests/golden/<case>.cmd runs the built program in a
+// End-to-end cases: each tests/golden/<case>.cmd runs a built program in a
 // fresh temporary working directory and compares its standard output, its
-// standard error stream and its exit status exactly with <case>.out,
-// <case>.err (a missing file stands for empty output) and the status line.
+// standard error stream, its run log and its exit status exactly with
+// <case>.out, <case>.err, <case>.log and the status line.
 //
 // A .cmd file holds one directive per line ('#' starts a comment):
+//   program: name      the built program to run (default vestra)
 //   args: a b c        arguments, split at blanks
 //   arg: text          one argument, the rest of the line as it stands
 //   arg-repeat: N text one argument made of `text` (the rest of the line
@@ -13,15 +14,25 @@
 //                      (after "arg: --new-station=A:" for instance)
 // One argument may hold at most 131071 bytes: the kernel refuses a longer
 // one at exec.
-//   argv0: name        the program name handed to the process (default vestra)
-//   env: NAME=VALUE    an environment variable (LC_ALL=C and TZ=UTC are set)
+//   argv0: name        the program name handed to the process (default: the
+//                      program's own name)
+//   env: NAME=VALUE    an environment variable, replacing the defaults
+//                      LC_ALL=C, TZ=UTC and PATH=/usr/bin:/bin
 //   mkdir: name        a directory made in the working directory first
+//   file: name         tests/golden/name copied into the working directory
+//   stdin: name        tests/golden/name as standard input (else /dev/null)
 //   status: N          the expected exit status
-//   log-lines: N       the number of lines expected in ./logfile afterwards
+//   empty: out err log the streams expected empty, among out, err and log;
+//                      every other stream needs its expected file
 //
-// The build's version line (date and time of compilation) is replaced by
-// @VERSION@ in the output before comparing. With VESTRA_UPDATE_GOLDEN=1 the
-// .out and .err files are rewritten from the actual output instead.
+// Before comparing, the build's version line is replaced by @VERSION@, the
+// line numbers of debug traces ("src/vestra.cpp:650:: debug: ") by @LINE@,
+// and the time stamp that starts each run-log line ("11/16/26 15:40:39" in
+// the C locale) by @TIME@, so that the expected files hold neither.
+//
+// With VESTRA_UPDATE_GOLDEN=1 the expected files (and the empty directive)
+// are rewritten from the actual run; a case whose files changed then fails,
+// naming each changed file, so that an update never passes silently.
 //
 // Readme.ExamplesAreGoldenCases checks the examples of README.md against the
 // cases: a line "<!-- golden: case -->" (or "<!-- golden: case stderr -->")
@@ -37,6 +48,8 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <map>
+#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -49,26 +62,28 @@ namespace fs = std::filesystem;
 
 namespace {
 
+// The compared streams: their name in the empty directive and the suffix of
+// their expected file.
+constexpr const char* kStreams[] = {"out", "err", "log"};
+
 struct GoldenCase {
   std::string name;
+  std::string program = "vestra";
   ProgramRun run;
   int status = 0;
-  int log_lines = -1;
+  std::set<std::string> empty;  ///< streams declared empty
 };
 
-void write_file(const fs::path& p, const std::string& text) {
-  if (text.empty()) {
-    fs::remove(p);
-    return;
-  }
-  std::ofstream(p, std::ios::binary) << text;
+fs::path golden_path(const std::string& file) {
+  return fs::path(GOLDEN_DIR) / file;
 }
 
 GoldenCase parse_case(const std::string& name) {
   GoldenCase c;
   c.name = name;
-  std::istringstream in(read_file(fs::path(GOLDEN_DIR) / (name + ".cmd")));
+  std::istringstream in(read_file(golden_path(name + ".cmd")));
   std::string line;
+  bool argv0_given = false;
   while (std::getline(in, line)) {
     if (line.empty() || line[0] == '#') continue;
     auto colon = line.find(':');
@@ -96,20 +111,34 @@ GoldenCase parse_case(const std::string& name) {
         c.run.args.push_back(arg);
       else
         c.run.args.back() += arg;
+    } else if (key == "program") {
+      c.program = value;
     } else if (key == "argv0") {
       c.run.argv0 = value;
+      argv0_given = true;
     } else if (key == "env") {
-      c.run.env.push_back(value);
+      c.run.setenv(value);
     } else if (key == "mkdir") {
       c.run.dirs.push_back(value);
+    } else if (key == "file") {
+      c.run.files.push_back(golden_path(value).string());
+    } else if (key == "stdin") {
+      c.run.stdin_path = golden_path(value).string();
     } else if (key == "status") {
       c.status = std::stoi(value);
-    } else if (key == "log-lines") {
-      c.log_lines = std::stoi(value);
+    } else if (key == "empty") {
+      std::istringstream words(value);
+      for (std::string w; words >> w;) {
+        if (std::find(std::begin(kStreams), std::end(kStreams), w) ==
+            std::end(kStreams))
+          ADD_FAILURE() << name << ".cmd: no stream " << w;
+        c.empty.insert(w);
+      }
     } else {
       ADD_FAILURE() << name << ".cmd: unknown directive " << key;
     }
   }
+  if (!argv0_given) c.run.argv0 = c.program;
   return c;
 }
 
@@ -131,25 +160,99 @@ std::string replace_all(std::string text, const std::string& from,
   return text;
 }
 
+bool is_digit(char c) { return c >= '0' && c <= '9'; }
+
+// Debug traces' line numbers replaced by @LINE@: "file:650:: debug: " becomes
+// "file:@LINE@:: debug: ".
+std::string mask_trace_lines(std::string text) {
+  const std::string tag = ":: debug: ";
+  for (auto pos = text.find(tag); pos != std::string::npos;
+       pos = text.find(tag, pos + tag.size())) {
+    auto start = pos;
+    while (start > 0 && is_digit(text[start - 1])) --start;
+    if (start == pos || start == 0 || text[start - 1] != ':') continue;
+    text.replace(start, pos - start, "@LINE@");
+    pos = start + 6;
+  }
+  return text;
+}
+
+// The time stamp "mm/dd/yy HH:MM:SS" that opens a run-log line in the C
+// locale replaced by @TIME@; lines of another form are left as they are.
+std::string mask_log_times(const std::string& log) {
+  const std::string shape = "00/00/00 00:00:00";
+  std::istringstream in(log);
+  std::string out;
+  for (std::string line; std::getline(in, line);) {
+    bool stamped = line.size() >= shape.size();
+    for (std::size_t i = 0; stamped && i < shape.size(); ++i)
+      stamped = shape[i] == '0' ? is_digit(line[i]) : line[i] == shape[i];
+    if (stamped) line.replace(0, shape.size(), "@TIME@");
+    out += line + "\n";
+  }
+  return out;
+}
+
+// Rewrites the empty directive of a case's .cmd file; returns whether the
+// file changed.
+bool update_empty_directive(const GoldenCase& c) {
+  const fs::path cmd = golden_path(c.name + ".cmd");
+  std::istringstream in(read_file(cmd));
+  std::string text;
+  for (std::string line; std::getline(in, line);)
+    if (line.rfind("empty:", 0) != 0) text += line + "\n";
+  if (!c.empty.empty()) {
+    text += "empty:";
+    for (const char* stream : kStreams)
+      if (c.empty.count(stream)) text += std::string(" ") + stream;
+    text += "\n";
+  }
+  if (text == read_file(cmd)) return false;
+  std::ofstream(cmd, std::ios::binary) << text;
+  return true;
+}
+
 class Golden : public testing::TestWithParam<std::string> {};
 
 TEST_P(Golden, Matches) {
-  const GoldenCase c = parse_case(GetParam());
-  ProgramResult r = run_program(VESTRA_BINARY, c.run);
-  r.out = replace_all(r.out, Version, "@VERSION@");
-  r.err = replace_all(r.err, Version, "@VERSION@");
-  const int log_lines = static_cast<int>(std::count(r.log.begin(), r.log.end(), '\n'));
-  const fs::path base = fs::path(GOLDEN_DIR) / c.name;
+  GoldenCase c = parse_case(GetParam());
+  const std::string binary = std::string(PROGRAM_DIR) + "/" + c.program;
+  ASSERT_TRUE(fs::exists(binary)) << "no program " << binary;
+  ProgramResult r = run_program(binary.c_str(), c.run);
+  const std::map<std::string, std::string> actual{
+      {"out", mask_trace_lines(replace_all(r.out, Version, "@VERSION@"))},
+      {"err", mask_trace_lines(replace_all(r.err, Version, "@VERSION@"))},
+      {"log", mask_log_times(r.log)}};
+
   if (std::getenv("VESTRA_UPDATE_GOLDEN")) {
-    write_file(base.string() + ".out", r.out);
-    write_file(base.string() + ".err", r.err);
+    c.empty.clear();
+    for (const auto& [stream, text] : actual) {
+      const fs::path file = golden_path(c.name + "." + stream);
+      if (text.empty()) c.empty.insert(stream);
+      if (read_file(file) == text && (fs::exists(file) != text.empty()))
+        continue;
+      ADD_FAILURE() << "updated " << file.string();
+      if (text.empty())
+        fs::remove(file);
+      else
+        std::ofstream(file, std::ios::binary) << text;
+    }
+    if (update_empty_directive(c)) ADD_FAILURE() << "updated " << c.name << ".cmd";
   }
-  EXPECT_EQ(r.out, read_file(base.string() + ".out")) << "standard output";
-  EXPECT_EQ(r.err, read_file(base.string() + ".err")) << "standard error";
+
+  for (const auto& [stream, text] : actual) {
+    const fs::path file = golden_path(c.name + "." + stream);
+    if (c.empty.count(stream)) {
+      EXPECT_FALSE(fs::exists(file)) << file << " exists for an empty stream";
+      EXPECT_EQ(text, "") << stream;
+    } else if (!fs::exists(file)) {
+      ADD_FAILURE() << "no " << file.string() << " (declare \"empty: "
+                    << stream << "\" when the stream is empty)";
+    } else {
+      EXPECT_EQ(text, read_file(file)) << stream;
+    }
+  }
   EXPECT_EQ(r.status, c.status) << "exit status";
-  if (c.log_lines >= 0) {
-    EXPECT_EQ(log_lines, c.log_lines) << "log lines";
-  }
 }
 
 std::vector<std::string> split_lines(const std::string& text) {
@@ -182,7 +285,7 @@ TEST(Readme, ExamplesAreGoldenCases) {
     std::string name, stream;
     words >> name >> stream;
     ASSERT_TRUE(stream.empty() || stream == "stderr") << where;
-    ASSERT_TRUE(fs::exists(fs::path(GOLDEN_DIR) / (name + ".cmd")))
+    ASSERT_TRUE(fs::exists(golden_path(name + ".cmd")))
         << where << ": no case " << name;
     ASSERT_LT(i + 2, lines.size()) << where;
     ASSERT_EQ(lines[i + 1].rfind("```", 0), 0u) << where << ": no block";
@@ -198,8 +301,8 @@ TEST(Readme, ExamplesAreGoldenCases) {
     for (const auto& arg : c.run.args) command += " " + shell_word(arg);
     EXPECT_EQ(block.front(), command) << where;
 
-    std::vector<std::string> expected = split_lines(read_file(
-        fs::path(GOLDEN_DIR) / (name + (stream.empty() ? ".out" : ".err"))));
+    std::vector<std::string> expected = split_lines(
+        read_file(golden_path(name + (stream.empty() ? ".out" : ".err"))));
     std::vector<std::string> shown(block.begin() + 1, block.end());
     if (!shown.empty() && shown.back() == "...") {
       shown.pop_back();

@@ -49,6 +49,7 @@ for name in vestra vestra-norsar; do
 done
 [[ ! -e logfile ]] || fail "--no-log left a run log"
 
+# vestra-fix, its manual page and its completion, and it runs.
 [[ -x $bin/vestra-fix ]] || fail "bin/vestra-fix missing"
 [[ -s $prefix/share/man/man1/vestra-fix.1 ]] ||
     fail "share/man/man1/vestra-fix.1 missing"
@@ -60,6 +61,12 @@ grep -q '^{"event":"E1","status":"ok",' "$tmp/fix.out" ||
     fail "vestra-fix wrote: $(cat "$tmp/fix.out")"
 "$bin/vestra-fix" --format=xml </dev/null >/dev/null 2>&1
 (($? == 1)) || fail "vestra-fix with a bad option: status is not 1"
+
+# vestra-map, its manual page and its completion.
+[[ -x $bin/vestra-map ]] || fail "bin/vestra-map missing"
+[[ -s $prefix/share/man/man1/vestra-map.1 ]] || fail "vestra-map.1 missing"
+[[ -s $comp/vestra-map ]] || fail "vestra-map completion missing"
+"$bin/vestra-map" --help >/dev/null || fail "vestra-map --help: status $?"
 
 if ((failures)); then
     echo "$failures installation check(s) failed"

@@ -21,11 +21,19 @@ std::string read_file(const std::string& path) {
   return s.str();
 }
 
+void ProgramRun::setenv(const std::string& assignment) {
+  const std::string name = assignment.substr(0, assignment.find('=') + 1);
+  std::erase_if(env, [&](const std::string& e) { return e.rfind(name, 0) == 0; });
+  env.push_back(assignment);
+}
+
 ProgramResult run_program(const char* binary, const ProgramRun& run) {
   char dir_template[] = "/tmp/vestra-run-XXXXXX";
   const char* dir = mkdtemp(dir_template);
   if (!dir) throw std::runtime_error("mkdtemp failed");
   for (const auto& d : run.dirs) fs::create_directories(fs::path(dir) / d);
+  for (const auto& f : run.files)
+    fs::copy_file(f, fs::path(dir) / fs::path(f).filename());
   const fs::path out_path = fs::path(dir) / ".stdout";
   const fs::path err_path = fs::path(dir) / ".stderr";
 
@@ -42,7 +50,8 @@ ProgramResult run_program(const char* binary, const ProgramRun& run) {
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
   posix_spawn_file_actions_addchdir_np(&actions, dir);
-  posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
+  const std::string input = run.stdin_path.empty() ? "/dev/null" : run.stdin_path;
+  posix_spawn_file_actions_addopen(&actions, 0, input.c_str(), O_RDONLY, 0);
   posix_spawn_file_actions_addopen(&actions, 1, out_path.c_str(),
                                    O_WRONLY | O_CREAT | O_TRUNC, 0600);
   posix_spawn_file_actions_addopen(&actions, 2, err_path.c_str(),

@@ -11,6 +11,12 @@ struct ProgramRun {
   std::string argv0 = "vestra";    ///< the program name handed to the child
   std::vector<std::string> env{"LC_ALL=C", "TZ=UTC", "PATH=/usr/bin:/bin"};
   std::vector<std::string> dirs;   ///< directories made in the working dir
+  std::vector<std::string> files;  ///< files copied into the working dir
+  std::string stdin_path;          ///< standard input ("" for /dev/null)
+
+  /// Sets NAME=VALUE in the child's environment, replacing an earlier value
+  /// of NAME (the C library's getenv returns the first one it finds).
+  void setenv(const std::string& assignment);
 };
 
 struct ProgramResult {
@@ -19,7 +25,7 @@ struct ProgramResult {
   std::string log;       ///< contents of ./logfile afterwards ("" if none)
 };
 
-/// Runs `binary` as described by `run`; standard input is /dev/null.
+/// Runs `binary` as described by `run`.
 /// Throws std::runtime_error when the child cannot be started.
 ProgramResult run_program(const char* binary, const ProgramRun& run);
 

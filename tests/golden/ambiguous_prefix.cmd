@@ -1,2 +1,3 @@
 args: --kir=10 --lycksele=66
 status: 1
+empty: log

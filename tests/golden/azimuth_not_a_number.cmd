@@ -1,3 +1,3 @@
 args: -k north -l 66
 status: 1
-log-lines: 0
+empty: out log

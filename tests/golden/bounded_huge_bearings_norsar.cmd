@@ -1,4 +1,4 @@
 # Bearings of 1e300 (norsar method).
 args: --norsar -k 1e300 -l -1e300
 status: 0
-log-lines: 1
+empty: err

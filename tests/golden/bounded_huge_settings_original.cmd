@@ -1,4 +1,4 @@
 # A tolerance and deviation of 1e300 (original method).
 args: --original --angle 1e300 --sbaz 1e300 -k 111 -l 66 -u 5
 status: 0
-log-lines: 1
+empty: err

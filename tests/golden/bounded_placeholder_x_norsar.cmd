@@ -1,4 +1,3 @@
 # The deprecated -x station left at its placeholder coordinates (norsar method).
 args: --norsar -x 10 -l 66
 status: 0
-log-lines: 1

@@ -1,4 +1,4 @@
 # The station listing: 56 lines, Default first and last.
 args: --display
 status: 0
-log-lines: 0
+empty: err log

@@ -1,3 +1,4 @@
 # Options after --display are not read.
 args: --display --frobnicate -k
 status: 0
+empty: err log

@@ -1,3 +1,3 @@
 args: --ellipsoid=0 -k 111 -l 66
 status: 1
-log-lines: 0
+empty: out log

@@ -2,3 +2,4 @@
 argv0: vestra-norsar
 args: --no-log --kiruna=111 --lycksele=66
 status: 0
+empty: err log

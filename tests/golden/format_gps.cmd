@@ -1,3 +1,4 @@
 # GPS format of the typical request (manual page, README).
 args: --no-log --gps --kiruna=111 --lycksele=66
 status: 0
+empty: err log

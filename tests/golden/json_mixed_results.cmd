@@ -1,2 +1,3 @@
 args: --no-log --json -k 111 -l 66 -k 200
 status: 0
+empty: err log

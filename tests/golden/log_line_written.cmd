@@ -1,3 +1,3 @@
 args: -k 111 -l 66
 status: 0
-log-lines: 1
+empty: err

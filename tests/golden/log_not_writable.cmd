@@ -2,3 +2,4 @@
 mkdir: logfile
 args: -k 111 -l 66
 status: 0
+empty: log

@@ -2,3 +2,4 @@
 # meridian: located as well as elsewhere (within 1 km).
 args: --no-log -c --new-station=A:20:178:71.8423 --new-station=B:25:-178:136.7078
 status: 0
+empty: err log

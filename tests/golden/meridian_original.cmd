@@ -3,3 +3,4 @@
 # either side of the meridian, their mean longitude is near 0: not located.
 args: --no-log -c --new-station=A:20:178:168.7247 --new-station=B:25:-178:187.6151
 status: 0
+empty: err log

@@ -1,3 +1,3 @@
 args: --new-station=OnlyName
 status: 1
-log-lines: 0
+empty: out log

@@ -1,1 +1,2 @@
 status: 1
+empty: err log

@@ -2,3 +2,4 @@
 # deviation: still the result of the measured bearings.
 args: --no-log -c --norsar --sbaz=358 --new-station=A:67.8:20.4:111.0311 --new-station=B:64.0:14.0:66.4115
 status: 0
+empty: err log

@@ -1,3 +1,3 @@
 args: --new-station=A:60:15:120
 status: 1
-log-lines: 0
+empty: log

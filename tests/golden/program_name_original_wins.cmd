@@ -2,3 +2,4 @@
 argv0: vestra-back-azimuths
 args: --no-log --original --new-station=A:67.8:20.4:111.0311 --new-station=B:64.0:14.0:66.4115
 status: 0
+empty: err log

@@ -1,4 +1,4 @@
 # The README's sample: two ad-hoc stations whose bearings meet near 66 N, 30 E.
 args: --new-station=A:67.8:20.4:111.0311 --new-station=B:64.0:14.0:66.4115
 status: 0
-log-lines: 1
+empty: err

@@ -1,2 +1,3 @@
 args: -k 10 -A
 status: 1
+empty: log

@@ -3,3 +3,4 @@
 # hemisphere, more than a quarter circle away: not located.
 args: --no-log -c --new-station=A:-30:20:118.3736 --new-station=B:-36:22:55.5056
 status: 0
+empty: err log

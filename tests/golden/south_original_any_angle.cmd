@@ -3,3 +3,4 @@
 # mirrored into the northern hemisphere (15 N 5 E).
 args: --no-log -c -v 180 --new-station=A:-10:10:117.9898 --new-station=B:-20:15:44.5979
 status: 0
+empty: err log

@@ -1,3 +1,4 @@
 # --space puts the arcs of the normal writer on one line, ended once.
 args: --space --new-station=A:67.8:20.4:111.0311 --new-station=B:64.0:14.0:66.4115
 status: 0
+empty: err

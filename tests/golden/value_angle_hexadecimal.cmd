@@ -3,4 +3,4 @@ args: --angle
 arg: 0xa
 args: -k 111 -l 66
 status: 0
-log-lines: 1
+empty: err

@@ -1,4 +1,4 @@
 # ":3": no azimuth before the colon.
 args: -k :3 -l 66
 status: 1
-log-lines: 0
+empty: out log

@@ -3,4 +3,4 @@ args: -k
 arg: inf
 args: -l 66
 status: 1
-log-lines: 0
+empty: out log

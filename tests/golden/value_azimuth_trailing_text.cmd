@@ -3,4 +3,4 @@ args: -k
 arg: 111deg
 args: -l 66
 status: 0
-log-lines: 1
+empty: err

@@ -1,4 +1,4 @@
 # A catalog option given with "=" and nothing after it is refused.
 args: --Jamton= -k 111
 status: 1
-log-lines: 0
+empty: out log

@@ -3,4 +3,3 @@ args: --ellipsoid
 arg: 12.9
 args: -k 111 -l 66
 status: 0
-log-lines: 1

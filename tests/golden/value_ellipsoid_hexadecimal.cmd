@@ -3,4 +3,4 @@ args: --ellipsoid
 arg: 0x19
 args: -k 111 -l 66
 status: 1
-log-lines: 0
+empty: out log

@@ -1,4 +1,4 @@
 # --new-station: an empty latitude ("A::1:2:3") is refused.
 args: --new-station=A::1:2:3 --new-station=B:64.0:14.0:66.4115
 status: 1
-log-lines: 0
+empty: out log

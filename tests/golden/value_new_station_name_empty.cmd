@@ -1,4 +1,4 @@
 # --new-station: an empty name (":lat:long:az") is accepted.
 args: --new-station=:67.8:20.4:111.0311 --new-station=B:64.0:14.0:66.4115
 status: 0
-log-lines: 1
+empty: err

@@ -3,4 +3,4 @@ args: --norsar --sbaz
 arg: north
 args: -k 111 -l 66
 status: 1
-log-lines: 0
+empty: out log

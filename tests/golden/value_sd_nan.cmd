@@ -3,4 +3,4 @@ args: -k
 arg: 111:nan
 args: -l 66
 status: 1
-log-lines: 0
+empty: out log

@@ -1,4 +1,4 @@
 # "111:3:4": the sd is 3, the rest is ignored.
 args: -k 111:3:4 -l 66
 status: 0
-log-lines: 1
+empty: err

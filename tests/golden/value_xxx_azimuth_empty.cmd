@@ -3,4 +3,4 @@ args: -x
 arg:
 args: -k 111
 status: 1
-log-lines: 0
+empty: out log

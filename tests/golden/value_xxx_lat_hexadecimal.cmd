@@ -3,4 +3,3 @@ args: -x 10 --xxx-lat
 arg: 0x3c
 args: -k 111
 status: 0
-log-lines: 1

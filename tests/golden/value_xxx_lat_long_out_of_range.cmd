@@ -4,4 +4,4 @@ arg: 95
 arg-append: 200 x
 args: -k 111
 status: 1
-log-lines: 0
+empty: out log

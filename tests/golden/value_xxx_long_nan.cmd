@@ -3,4 +3,4 @@ args: -x 10 --xxx-long
 arg: nan
 args: -k 111
 status: 1
-log-lines: 0
+empty: out log

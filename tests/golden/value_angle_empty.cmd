@@ -1,6 +1,0 @@
-# --angle: an empty value is refused.
-args: --angle
-arg: 
-args: -k 111 -l 66
-status: 1
-log-lines: 0

@@ -1,6 +1,0 @@
-# --angle: a number beyond the doubles is refused as out of range.
-args: --angle
-arg: 1e999
-args: -k 111 -l 66
-status: 1
-log-lines: 0

@@ -1,6 +1,0 @@
-# Station azimuth: an empty value is refused.
-args: -k
-arg: 
-args: -l 66
-status: 1
-log-lines: 0

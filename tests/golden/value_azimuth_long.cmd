@@ -1,6 +1,0 @@
-# Station azimuth: a value of 131000 nines is refused as out of range; the message shows only its start.
-args: -k
-arg-repeat: 131000 9
-args: -l 66
-status: 1
-log-lines: 0

@@ -1,6 +1,0 @@
-# Station azimuth: a not-a-number is refused as not a finite number.
-args: -k
-arg: nan
-args: -l 66
-status: 1
-log-lines: 0

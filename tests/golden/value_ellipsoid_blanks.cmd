@@ -1,6 +1,0 @@
-# --ellipsoid: a value of blanks only is refused.
-args: --ellipsoid
-arg:    
-args: -k 111 -l 66
-status: 1
-log-lines: 0

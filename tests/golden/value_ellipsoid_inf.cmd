@@ -1,6 +1,0 @@
-# --ellipsoid: "inf" has no digits.
-args: --ellipsoid
-arg: inf
-args: -k 111 -l 66
-status: 1
-log-lines: 0

@@ -1,6 +1,0 @@
-# --ellipsoid: "nan" has no digits.
-args: --ellipsoid
-arg: nan
-args: -k 111 -l 66
-status: 1
-log-lines: 0

@@ -1,4 +1,0 @@
-# --new-station: an empty longitude is refused.
-args: --new-station=A:67.8::111.0311 --new-station=B:64.0:14.0:66.4115
-status: 1
-log-lines: 0

@@ -1,6 +1,0 @@
-# --sbaz: a value of blanks only is refused.
-args: --norsar --sbaz
-arg:    
-args: -k 111 -l 66
-status: 1
-log-lines: 0

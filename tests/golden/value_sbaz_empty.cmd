@@ -1,6 +1,0 @@
-# --sbaz: an empty value is refused.
-args: --norsar --sbaz
-arg: 
-args: -k 111 -l 66
-status: 1
-log-lines: 0

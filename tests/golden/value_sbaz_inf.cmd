@@ -1,6 +1,0 @@
-# --sbaz: an infinity is refused as not a finite number.
-args: --norsar --sbaz
-arg: inf
-args: -k 111 -l 66
-status: 1
-log-lines: 0

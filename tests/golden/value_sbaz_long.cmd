@@ -1,6 +1,0 @@
-# --sbaz: a value of 131000 nines is refused as out of range; the message shows only its start.
-args: --norsar --sbaz
-arg-repeat: 131000 9
-args: -k 111 -l 66
-status: 1
-log-lines: 0

@@ -1,6 +1,0 @@
-# --sbaz: a not-a-number is refused as not a finite number.
-args: --norsar --sbaz
-arg: nan
-args: -k 111 -l 66
-status: 1
-log-lines: 0

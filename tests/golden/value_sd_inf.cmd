@@ -1,6 +1,0 @@
-# Standard deviation after a station azimuth: an infinity is refused as not a finite number.
-args: -k
-arg: 111:inf
-args: -l 66
-status: 1
-log-lines: 0

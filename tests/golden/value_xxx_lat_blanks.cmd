@@ -1,6 +1,0 @@
-# --xxx-lat: a value of blanks only is refused.
-args: -x 10 --xxx-lat
-arg:    
-args: -k 111
-status: 1
-log-lines: 0

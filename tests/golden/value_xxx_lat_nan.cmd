@@ -1,6 +1,0 @@
-# --xxx-lat: a not-a-number is refused as not a finite number.
-args: -x 10 --xxx-lat
-arg: nan
-args: -k 111
-status: 1
-log-lines: 0

@@ -1,6 +1,0 @@
-# --xxx-lat: a number below the smallest double reads as 0 and is accepted.
-args: -x 10 --xxx-lat
-arg: 1e-999
-args: -k 111
-status: 0
-log-lines: 1

@@ -1,6 +1,0 @@
-# --xxx-long: a value of blanks only is refused.
-args: -x 10 --xxx-long
-arg:    
-args: -k 111
-status: 1
-log-lines: 0

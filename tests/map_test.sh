@@ -1,0 +1,74 @@
+#!/usr/bin/env bash
+# vestra-map with GMT: a regional event, a far-field event across the
+# antimeridian and one near the pole are drawn at the requested size, with
+# the features in the middle of the map, GMT silent; bad input and a failing
+# GMT give a message and status 1 and leave no file; nothing is left in the
+# working, home or temporary directory.
+# The manual page formats without warnings and documents every option.
+# Usage: map_test.sh VESTRA_MAP FIXTURE_DIR MANUAL_PAGE
+set -u
+map=$1 fixtures=$2 page=$3
+failures=0
+fail() { echo "FAIL: $*"; failures=$((failures + 1)); }
+# Debian's Python, which has GDAL (gdal-bin depends on it).
+check_png() { /usr/bin/python3 "$fixtures/check_png.py" "$@" || fail "$1"; }
+
+out=$(groff -man -ww -z "$page" 2>&1)
+[[ -z $out ]] || fail "groff warnings: $out"
+for option in $("$map" --help | grep -o -- '--[a-z]*' | sort -u); do
+    grep -q -- "${option//-/'\\-'}" "$page" || fail "$option not in $page"
+done
+
+tmp=$(mktemp -d)
+trap 'rm -rf "$tmp"' EXIT
+mkdir "$tmp/run" "$tmp/home" "$tmp/tmp"
+cd "$tmp/run" || exit 1
+export HOME=$tmp/home TMPDIR=$tmp/tmp
+
+# draw ARGS...: status 0, nothing on the standard error stream.
+draw() {
+    "$map" "$@" 2>err
+    local status=$?
+    ((status == 0)) || fail "vestra-map $*: status $status"
+    [[ ! -s err ]] || fail "vestra-map $*: stderr: $(cat err)"
+}
+
+draw --size=800x600 -o regional.png "$fixtures/regional.geojson"
+check_png regional.png 800 600
+draw -o regional.pdf "$fixtures/regional.geojson"
+[[ $(head -c 5 regional.pdf) == %PDF- ]] || fail "regional.pdf is not a PDF"
+draw --size=640x480 -o 'map-%e.png' <"$fixtures/two_events.geojson"
+check_png map-bering.png 640 480
+check_png map-north_pole.png 640 480
+left=$(ls -A | sort | tr '\n' ' ')
+[[ $left == "err map-bering.png map-north_pole.png regional.pdf regional.png " ]] ||
+    fail "working directory holds: $left"
+
+# Refused input: status 1, one message naming the cause, no picture.
+mkdir "$tmp/bad" && cd "$tmp/bad" || exit 1
+head -c 300 "$fixtures/regional.geojson" >truncated.geojson
+echo '{"type": "Feature"}' >feature.geojson
+refused() {
+    local expected=$1
+    shift
+    rm -f out.png
+    "$map" -o out.png "$@" 2>err
+    local status=$?
+    ((status == 1)) || fail "vestra-map $*: status $status"
+    grep -q "^vestra-map: .*$expected" err || fail "vestra-map $*: stderr: $(cat err)"
+    [[ -z $(ls -A | grep -v -e '^err$' -e '\.geojson$') ]] ||
+        fail "vestra-map $*: left $(ls -A)"
+}
+refused "missing.geojson: No such file" missing.geojson
+refused "truncated.geojson: not valid JSON: parse error at line 1" truncated.geojson
+refused "not a GeoJSON FeatureCollection" feature.geojson
+refused "GMT failed" --gmt=false "$fixtures/regional.geojson"
+
+[[ -z $(ls -A "$HOME" "$TMPDIR" | grep -v ':$' | grep .) ]] ||
+    fail "left in home or temporary directory: $(ls -AR "$HOME" "$TMPDIR")"
+
+if ((failures)); then
+    echo "$failures map check(s) failed"
+    exit 1
+fi
+echo "map checks passed"
