@@ -418,6 +418,9 @@ Solution Locator::locate(const Event& event) {
   if (n < 2) {
     solution.reason = n == 0 ? "no usable detection"
                              : "only one usable detection";
+    if (event.refused)
+      solution.reason += " (" + std::to_string(event.refused) +
+                         " refused as bad input)";
     return solution;
   }
 
