@@ -58,6 +58,27 @@ std::string line_coordinates(const std::vector<LonLat>& line) {
   return s + "]";
 }
 
+// A LineString or Polygon (one ring) of one part, or the MultiLineString
+// or MultiPolygon of several.
+std::string geometry(const std::vector<std::vector<LonLat>>& parts,
+                     bool polygon) {
+  auto part = [&](const std::vector<LonLat>& p) {
+    return polygon ? "[" + line_coordinates(p) + "]" : line_coordinates(p);
+  };
+  std::string g = std::string("{\"type\":\"") +
+                  (parts.size() == 1 ? "" : "Multi") +
+                  (polygon ? "Polygon" : "LineString") + "\",\"coordinates\":";
+  if (parts.size() == 1) {
+    g += part(parts[0]);
+  } else {
+    g += '[';
+    for (std::size_t k = 0; k < parts.size(); ++k)
+      g += (k ? "," : "") + part(parts[k]);
+    g += ']';
+  }
+  return g + "}";
+}
+
 // Signed area (twice, in square degrees) of a ring by the shoelace formula:
 // positive for counter-clockwise.
 double ring_area(const std::vector<LonLat>& ring) {
@@ -334,18 +355,7 @@ void Writer::write_geojson(const Event& event, const Solution& s,
                     d.back_azimuth, p.lat, p.lon);
       line.push_back(p);
     }
-    const auto parts = cut_line(line);
-    std::string geometry;
-    if (parts.size() == 1) {
-      geometry = "{\"type\":\"LineString\",\"coordinates\":" +
-                 line_coordinates(parts[0]) + "}";
-    } else {
-      geometry = "{\"type\":\"MultiLineString\",\"coordinates\":[";
-      for (std::size_t k = 0; k < parts.size(); ++k)
-        geometry += (k ? "," : "") + line_coordinates(parts[k]);
-      geometry += "]}";
-    }
-    add_feature(out, event.name, "bearing", geometry,
+    add_feature(out, event.name, "bearing", geometry(cut_line(line), false),
                 "\"station\":" + json_string(d.station) +
                     ",\"back_azimuth\":" + number(d.back_azimuth, 6) +
                     ",\"used\":" + (f.used ? "true" : "false"));
@@ -390,18 +400,8 @@ void Writer::write_geojson(const Event& event, const Solution& s,
                   std::atan2(e, n) * rad2deg, p.lat, p.lon);
     ring.push_back(p);
   }
-  const auto parts = cut_ring(ring);
-  std::string geometry;
-  if (parts.size() == 1) {
-    geometry = "{\"type\":\"Polygon\",\"coordinates\":[" +
-               line_coordinates(parts[0]) + "]}";
-  } else {
-    geometry = "{\"type\":\"MultiPolygon\",\"coordinates\":[";
-    for (std::size_t k = 0; k < parts.size(); ++k)
-      geometry += (k ? ",[" : "[") + line_coordinates(parts[k]) + "]";
-    geometry += "]}";
-  }
-  add_feature(out, event.name, "ellipse95", geometry, ellipse_properties(s));
+  add_feature(out, event.name, "ellipse95", geometry(cut_ring(ring), true),
+              ellipse_properties(s));
 }
 
 }  // namespace fix
