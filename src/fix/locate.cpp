@@ -56,12 +56,6 @@ constexpr double flat_step_km = 1e-2;
 constexpr double flat_step_s = 1e-2;
 constexpr int max_trials = 60;
 
-std::string format(const char* fmt, double a, double b = 0.0) {
-  char buf[200];
-  std::snprintf(buf, sizeof buf, fmt, a, b);
-  return buf;
-}
-
 // Cholesky factorisation of the symmetric n x n matrix m (n <= 3) into the
 // lower triangle l; false when m is not positive definite.
 bool cholesky(int n, const double m[3][3], double l[3][3]) {
@@ -538,11 +532,13 @@ Solution Locator::locate(const Event& event) {
   const double departure = nonlinearity(at, solution);
   if (!(departure <= max_nonlinearity)) {
     solution.status = Status::ill_conditioned;
-    solution.reason = format(
-        "the linearised ellipse is not to be trusted: at its edge a "
-        "detection departs from its linear prediction by %.1f standard "
-        "deviations",
-        departure);
+    char reason[160];
+    std::snprintf(reason, sizeof reason,
+                  "the linearised ellipse is not to be trusted: at its edge a "
+                  "detection departs from its linear prediction by %.1f "
+                  "standard deviations",
+                  departure);
+    solution.reason = reason;
   }
   return solution;
 }
