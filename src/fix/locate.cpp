@@ -413,8 +413,8 @@ Solution Locator::locate(const Event& event) {
     solution.reason = n == 0 ? "no usable detection"
                              : "only one usable detection";
     if (event.refused)
-      solution.reason += " (" + std::to_string(event.refused) +
-                         " refused as bad input)";
+      solution.reason += "; " + std::to_string(event.refused) +
+                         " refused as bad input";
     return solution;
   }
 

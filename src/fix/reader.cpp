@@ -389,7 +389,11 @@ class JsonReader : public EventReader {
     };
     std::size_t pos = 0;
     skip_blank(pos);
-    ++pos;  // the '[' that made this a JSON input
+    if (pos >= text.size() || text[pos] != '[') {
+      syntax(pos, "not an array of detections");
+      return;
+    }
+    ++pos;
     skip_blank(pos);
     if (pos < text.size() && text[pos] == ']') {
       ++pos;
@@ -572,7 +576,8 @@ std::unique_ptr<EventReader> open_reader(std::istream& in,
       in.get();
       continue;
     }
-    if (c == '[') return std::make_unique<JsonReader>(in, name, diagnostics, lines);
+    if (c == '[' || c == '{')
+      return std::make_unique<JsonReader>(in, name, diagnostics, lines);
     break;
   }
   return std::make_unique<TextReader>(in, name, diagnostics, lines);

@@ -51,8 +51,8 @@ class EventReader {
 };
 
 /// A reader for `in` (named `name` in messages): detection JSON when its
-/// first character other than white space is "[", the text format
-/// otherwise.
+/// first character other than white space is "[" (or "{", refused as not
+/// an array), the text format otherwise.
 std::unique_ptr<EventReader> open_reader(std::istream& in,
                                          const std::string& name,
                                          Diagnostics& diagnostics);
