@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <random>
 #include <set>
 #include <sstream>
@@ -326,6 +327,18 @@ TEST_F(FixGeoJson, FollowsRfc7946) {
     EXPECT_EQ(f["type"], "Feature");
     const std::string event = f["properties"]["event"];
     const std::string kind = f["properties"]["kind"];
+    // The properties each kind carries (vestra-map reads them).
+    static const std::map<std::string, std::vector<std::string>> keys = {
+        {"station", {"station"}},
+        {"bearing", {"station", "back_azimuth", "used"}},
+        {"crossing", {"stations"}},
+        {"fix", {"status", "reason", "latitude", "longitude", "semi_major_km",
+                 "semi_minor_km", "azimuth_deg", "origin_time",
+                 "origin_time95"}},
+        {"ellipse95", {"semi_major_km", "semi_minor_km", "azimuth_deg"}}};
+    ASSERT_TRUE(keys.count(kind)) << kind;
+    for (const std::string& k : keys.at(kind))
+      EXPECT_TRUE(f["properties"].contains(k)) << kind << " without " << k;
     if (order.empty() || order.back() != event) order.push_back(event);
     const json& geom = f["geometry"];
     const std::string what = kind + " of " + event;
