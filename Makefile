@@ -53,7 +53,7 @@ fuzz: deps
 	CXX=clang++ cmake -S . -B $(FUZZ_BUILD) -DVESTRA_FUZZ=ON -DBUILD_TESTING=OFF \
 	  -DCMAKE_BUILD_TYPE=RelWithDebInfo
 	cmake --build $(FUZZ_BUILD) -j$(JOBS)
-	for t in cli numeric; do \
+	for t in cli numeric fix; do \
 	  mkdir -p $(FUZZ_BUILD)/corpus/$$t && \
 	  $(FUZZ_BUILD)/fuzz/$${t}_fuzzer -max_total_time=$(FUZZ_SECONDS) -close_fd_mask=3 \
 	    -timeout=10 $(abspath $(FUZZ_BUILD))/corpus/$$t $(CURDIR)/fuzz/corpus/$$t || exit 1; \

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installation into a fresh prefix: the program, the link that selects the
 # back-azimuth method, the manual page and the bash completion, and both
-# installed names run.
+# installed names run; vestra-fix with its page and completion, and it runs.
 # Usage: install_test.sh CMAKE BUILD_DIR
 set -u
 cmake=$1 build=$2
@@ -48,6 +48,19 @@ for name in vestra vestra-norsar; do
     (($? == 1)) || fail "$name with one station: status is not 1"
 done
 [[ ! -e logfile ]] || fail "--no-log left a run log"
+
+# vestra-fix, its manual page and its completion, and it runs.
+[[ -x $bin/vestra-fix ]] || fail "bin/vestra-fix missing"
+[[ -s $prefix/share/man/man1/vestra-fix.1 ]] ||
+    fail "share/man/man1/vestra-fix.1 missing"
+[[ -s $comp/vestra-fix ]] || fail "completion script of vestra-fix missing"
+printf 'E1 Kiruna - - 111\nE1 Lycksele - - 66\n' |
+    "$bin/vestra-fix" --format=json >"$tmp/fix.out" 2>&1 ||
+    fail "vestra-fix run: status $?"
+grep -q '^{"event":"E1","status":"ok",' "$tmp/fix.out" ||
+    fail "vestra-fix wrote: $(cat "$tmp/fix.out")"
+"$bin/vestra-fix" --format=xml </dev/null >/dev/null 2>&1
+(($? == 1)) || fail "vestra-fix with a bad option: status is not 1"
 
 # vestra-map, its manual page and its completion.
 [[ -x $bin/vestra-map ]] || fail "bin/vestra-map missing"

@@ -1,0 +1,38 @@
+// Fuzzes vestra-fix's two readers (the text format, and detection JSON when
+// the input starts with "[") and what follows them: every event read is
+// located and written. Nothing may crash, hang or leave undefined
+// behaviour, whatever the bytes.
+
+#include <cstddef>
+#include <cstdint>
+#include <sstream>
+#include <string>
+
+#include "fix/locate.h"
+#include "fix/reader.h"
+#include "fix/writer.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  std::istringstream in(
+      std::string(reinterpret_cast<const char*>(data), size));
+  std::ostringstream messages;
+  fix::Diagnostics diagnostics(messages);
+  const auto reader = fix::open_reader(in, "fuzz", diagnostics);
+  static fix::Locator locator{fix::Settings{}};
+  const fix::Writer text(fix::Format::text, locator.earth());
+  const fix::Writer json(fix::Format::json, locator.earth());
+  const fix::Writer geojson(fix::Format::geojson, locator.earth());
+  fix::Event event;
+  std::string out;
+  // The crossings are pairwise and a bearing line is drawn in 10 km steps:
+  // bound the work per input.
+  for (int n = 0; n < 64 && reader->next(event); ++n) {
+    if (event.detections.size() > 24) continue;
+    const fix::Solution s = locator.locate(event);
+    text.write(event, s, out);
+    json.write(event, s, out);
+    if (event.detections.size() <= 4) geojson.write(event, s, out);
+    out.clear();
+  }
+  return 0;
+}

@@ -1,0 +1,23 @@
+// ISO 8601 times in UTC, as detection lists write them.
+//
+// Times are seconds since 1970-01-01T00:00:00Z on the proleptic Gregorian
+// calendar, without leap seconds.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace fix {
+
+/// Reads "YYYY-MM-DDThh:mm:ss" with an optional fraction of a second
+/// (".s..."), and an optional zone "Z", "+hh:mm" or "-hh:mm" (a time
+/// without a zone is UTC); a blank may stand for the "T". Years 1 to 9999.
+/// Returns the seconds since 1970, or nothing for any other text.
+std::optional<double> parse_iso_time(std::string_view text);
+
+/// "YYYY-MM-DDThh:mm:ss.sZ": the time (seconds since 1970) rounded to a
+/// tenth of a second.
+std::string format_iso_time(double seconds);
+
+}  // namespace fix
