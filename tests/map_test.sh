@@ -5,13 +5,15 @@
 # GMT give a message and status 1 and leave no file; nothing is left in the
 # working, home or temporary directory.
 # The manual page formats without warnings and documents every option.
-# Usage: map_test.sh VESTRA_MAP FIXTURE_DIR MANUAL_PAGE
+# Usage: map_test.sh VESTRA_MAP FIXTURE_DIR MANUAL_PAGE (FIXTURE_DIR holds
+# regional.geojson and two_events.geojson as vestra-fix wrote them)
 set -u
 map=$1 fixtures=$2 page=$3
 failures=0
 fail() { echo "FAIL: $*"; failures=$((failures + 1)); }
 # Debian's Python, which has GDAL (gdal-bin depends on it).
-check_png() { /usr/bin/python3 "$fixtures/check_png.py" "$@" || fail "$1"; }
+check_png=$(cd "$(dirname "$0")" && pwd)/map/check_png.py
+check_png() { /usr/bin/python3 "$check_png" "$@" || fail "$1"; }
 
 out=$(groff -man -ww -z "$page" 2>&1)
 [[ -z $out ]] || fail "groff warnings: $out"
@@ -60,7 +62,7 @@ refused() {
         fail "vestra-map $*: left $(ls -A)"
 }
 refused "missing.geojson: No such file" missing.geojson
-refused "truncated.geojson: not valid JSON: parse error at line 1" truncated.geojson
+refused "truncated.geojson: not valid JSON: parse error at line" truncated.geojson
 refused "not a GeoJSON FeatureCollection" feature.geojson
 refused "GMT failed" --gmt=false "$fixtures/regional.geojson"
 
