@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "distance.h"
 #include "test_support.h"
 
 namespace {
@@ -109,16 +110,40 @@ TEST(NumbersDeathTest, EllipsoidDigitsOnly) {
         << bad;
 }
 
-TEST(SmallHelpers, XxxBoundsAndFuzzOffsets) {
-  EXPECT_TRUE(validate(-90.0, -90.0, 90.0));
-  EXPECT_TRUE(validate(90.0, -90.0, 90.0));
-  EXPECT_FALSE(validate(90.5, -90.0, 90.0));
-  EXPECT_FALSE(validate(std::nan(""), -90.0, 90.0));
+TEST(SmallHelpers, FuzzOffsets) {
   const std::pair<std::size_t, double> offsets[] = {
       {0, 0.0}, {5, 0.3}, {6, -0.3}, {37, 1.9}, {38, -1.9}};
   for (const auto& [index, offset] : offsets)
     EXPECT_EQ(fuzz_offset(index), offset) << index;
   EXPECT_THROW(fuzz_offset(39), std::out_of_range);
+}
+
+// The settings as the process starts with them, taken before any test runs.
+const struct {
+  int debug, do_log, show_allstations, use_norsar;
+  double tolerance, sbaz;
+  location_method method;
+  CEarth::_EllipsoidType ellipsoid;
+} start_up{debug,          do_log,       show_allstations,   use_norsar,
+           acceptable_deviation, default_sbaz, calculate_location, ellipsoid};
+
+TEST(Settings, ResetPutsBackTheStartUpValues) {
+  debug = do_log = show_allstations = use_norsar = 7;
+  acceptable_deviation = default_sbaz = 7;
+  calculate_location = nullptr;
+  ellipsoid = CEarth::Airy;
+  earth.SetEllipsoid(CEarth::Airy);
+  new_stations.push_back(source("A", 1, 2, 3));
+  reset_settings();
+  EXPECT_TRUE(debug == start_up.debug && do_log == start_up.do_log &&
+              show_allstations == start_up.show_allstations &&
+              use_norsar == start_up.use_norsar);
+  EXPECT_TRUE(acceptable_deviation == start_up.tolerance &&
+              default_sbaz == start_up.sbaz);
+  EXPECT_TRUE(calculate_location == start_up.method &&
+              ellipsoid == start_up.ellipsoid);
+  EXPECT_STREQ(earth.GetEllipsoidName(), "WGS_84");
+  EXPECT_TRUE(new_stations.empty());
 }
 
 class Sources : public testing::Test {
@@ -127,6 +152,21 @@ class Sources : public testing::Test {
   void TearDown() override { reset_settings(); }
   const Station& last() const { return new_stations.back(); }
 };
+
+// --xxx-lat and --xxx-long refuse a value just beyond their bounds; the
+// bounds themselves are accepted (golden case xxx_bounds_accepted).
+using XxxDeathTest = Sources;
+TEST_F(XxxDeathTest, JustBeyondTheBoundsIsRefused) {
+  for (std::string option : {"--xxx-lat=90.5", "--xxx-lat=-90.5",
+                             "--xxx-long=180.5", "--xxx-long=-180.5"}) {
+    std::string words[] = {"vestra", "-x", "10", option};
+    char* argv[] = {words[0].data(), words[1].data(), words[2].data(),
+                    words[3].data(), nullptr};
+    EXPECT_EXIT(vestra_main(4, argv), ExitedWithCode(1),
+                "\n" + option.substr(option.find('=') + 1) + " out of range")
+        << option;
+  }
+}
 
 // Station values: azimuth, then the first ":" after it starts the sd.
 TEST_F(Sources, StationAzimuthAndDeviation) {
@@ -216,20 +256,30 @@ class Search : public Sources {
   bool flag1 = true, flag2 = true;
 };
 
-TEST_F(Search, FoldedDifferenceAgainstTheTolerance) {
-  // The heading from (0, 0) to this point is about 350 degrees; a bearing of
-  // 10 differs from it by 20 after the fold.
-  Station s1 = source("A", 0.0, 0.0, 10.0), s2 = source("B", 0.0, 0.0, 10.0);
-  loc.set_latitude(10.0);
-  loc.set_longitude(-1.77);
-  EXPECT_TRUE(check_az(s1, s2, loc, flag1, flag2));
-  acceptable_deviation = 19.0;
-  EXPECT_FALSE(check_az(s1, s2, loc, flag1, flag2));
-  EXPECT_FALSE(flag1 || flag2);
-  // A NaN heading disagrees whatever the tolerance.
-  acceptable_deviation = 1e300;
-  loc.set_latitude(std::nan(""));
-  EXPECT_FALSE(check_az(s1, s2, loc, flag1, flag2));
+// The heading from (0, 0) to (0, 10) is exactly 90 degrees, and to (10, 0)
+// exactly 0: a bearing differing from it by exactly the tolerance is
+// accepted, after the difference is folded into [0, 180].
+TEST_F(Search, DifferenceUpToTheToleranceAgrees) {
+  const struct {
+    double lat, lon, baz1, baz2, tolerance;
+    bool flag1, flag2;
+  } rows[] = {
+      {0, 10, 100, 80, 10, true, true},   {0, 10, 100, 80, 9.5, false, false},
+      {0, 10, 270.5, 80, 179.5, true, true},
+      {0, 10, 270.5, 80, 179, false, true},
+      {10, 0, 350, 10, 10, true, true},   {10, 0, 350, 12, 10, true, false},
+      {NAN, 0, 0, 0, 1e300, false, false},  // a NaN heading disagrees
+  };
+  for (const auto& r : rows) {
+    Station s1 = source("A", 0, 0, r.baz1), s2 = source("B", 0, 0, r.baz2);
+    loc.set_latitude(r.lat);
+    loc.set_longitude(r.lon);
+    acceptable_deviation = r.tolerance;
+    EXPECT_EQ(check_az(s1, s2, loc, flag1, flag2), r.flag1 && r.flag2)
+        << r.baz1 << " " << r.baz2 << " " << r.tolerance;
+    EXPECT_TRUE(flag1 == r.flag1 && flag2 == r.flag2)
+        << r.baz1 << " " << r.baz2 << " " << r.tolerance;
+  }
 }
 
 TEST_F(Search, TrialOrderOuterStationOneInnerStationTwo) {
