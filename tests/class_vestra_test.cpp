@@ -30,11 +30,6 @@ class vestra_access {
     vestra v(at(0, 0, 0), at(0, 0, 0));
     v.l_1000(x4, x3, t0, d7, x, y);
   }
-  static void l_141(double lat1, double long1, double lat2, double long2,
-                    double& a5, double& a6) {
-    vestra v(at(0, 0, 0), at(0, 0, 0));
-    v.l_141(lat1, long1, lat2, long2, a5, a6);
-  }
 };
 
 namespace {
@@ -71,21 +66,14 @@ TEST(Delta, PolesAndCoincidentPoints) {
   EXPECT_TRUE(std::isnan(d) || d < 1e-6);
 }
 
-TEST(Destination, ZeroDistanceAndReverseAzimuth) {
+TEST(Destination, ZeroDistance) {
   double x = 0, y = 0;
   vestra_access::l_1000(45.0, 10.0, 30.0, 0.0, x, y);
   EXPECT_NEAR(x, 44.99976, 5e-6);
   EXPECT_EQ(y, 10.0);
-  double a5 = 0, a6 = 0;
-  vestra_access::l_141(60, 10, 50, 10, a5, a6);
-  EXPECT_EQ(a5, 180.0);
-  EXPECT_EQ(a6, 360.0);
 }
 
 TEST(Signs, Helpers) {
-  EXPECT_EQ(basic_sgn(-2), -1);
-  EXPECT_EQ(basic_sgn(0), 0);
-  EXPECT_EQ(basic_sgn(std::nan("")), 0);
   EXPECT_EQ(sgn(0), 1);
   EXPECT_EQ(sgn(-0.5), -1);
   EXPECT_EQ(fortran_sgn(-3, 0), 3);
