@@ -19,13 +19,24 @@ namespace {
 
 using testing::ExitedWithCode;
 
+// The program name is lower-cased; the help text keeps the case.
 TEST(ProgramName, LowerCasedWithoutDirectoryAndExtension) {
-  const std::pair<const char*, const char*> rows[] = {
-      {"/usr/local/bin/Vestra.exe", "vestra"}, {"C:\\Tools\\VESTRA.EXE", "vestra"},
-      {"./a.b.c", "a.b"}, {"dir.d/prog", "prog"}, {"", ""}};
-  for (const auto& [arg0, name] : rows) {
-    char* argv[] = {const_cast<char*>(arg0), nullptr};
-    EXPECT_EQ(program_name(gsl::span<char*>(argv, 1)), name) << arg0;
+  const struct {
+    const char *arg0, *name, *in_help;
+  } rows[] = {{"/usr/local/bin/Vestra.exe", "vestra", "Vestra"},
+              {"C:\\Tools\\VESTRA.EXE", "vestra", "VESTRA"},
+              {"./a.b.c", "a.b", "a.b"},
+              {"dir.d/prog", "prog", "prog"},
+              {"", "", ""}};
+  for (const auto& r : rows) {
+    char* argv[] = {const_cast<char*>(r.arg0), nullptr};
+    EXPECT_EQ(program_name(gsl::span<char*>(argv, 1)), r.name) << r.arg0;
+    testing::internal::CaptureStdout();
+    usage(r.arg0);
+    EXPECT_NE(testing::internal::GetCapturedStdout().find(
+                  std::string("Usage:\n    ") + r.in_help + " --station1="),
+              std::string::npos)
+        << r.arg0;
   }
   EXPECT_EXIT(program_name(gsl::span<char*>()), ExitedWithCode(1),
               "^Error: no program name in the argument vector\n$");
@@ -115,11 +126,14 @@ TEST(NumbersDeathTest, EllipsoidDigitsOnly) {
         << bad;
 }
 
+// 0, then +k/10 and -k/10 for k = 1..19 (k / 10.0 is the double nearest
+// k/10, the division being correctly rounded).
 TEST(SmallHelpers, FuzzOffsets) {
-  const std::pair<std::size_t, double> offsets[] = {
-      {0, 0.0}, {5, 0.3}, {6, -0.3}, {37, 1.9}, {38, -1.9}};
-  for (const auto& [index, offset] : offsets)
-    EXPECT_EQ(fuzz_offset(index), offset) << index;
+  EXPECT_EQ(fuzz_offset(0), 0.0);
+  for (std::size_t k = 1; k <= 19; ++k) {
+    EXPECT_EQ(fuzz_offset(2 * k - 1), k / 10.0) << k;
+    EXPECT_EQ(fuzz_offset(2 * k), -(k / 10.0)) << k;
+  }
   EXPECT_THROW(fuzz_offset(39), std::out_of_range);
 }
 
@@ -210,7 +224,7 @@ TEST_F(Sources, NewStationDeviationField) {
   for (const auto& [value, sd] : rows) {
     new_station(value);
     EXPECT_EQ(last().sbaz, sd) << value;
-    EXPECT_EQ(last().baz_original, 3.0) << value;
+    EXPECT_TRUE(last().baz == 3.0 && last().baz_original == 3.0) << value;
   }
 }
 
@@ -303,19 +317,27 @@ TEST_F(Search, TrialOrderOuterStationOneInnerStationTwo) {
   EXPECT_EQ(s2.baz_original, 200.0);
 }
 
+// The first trial ends the search, confirmed, or refused for good when the
+// crossing lies more than a quarter circle from either station (exactly a
+// quarter circle is not more).
 TEST_F(Search, EarlyExits) {
-  // The first confirmed trial ends the search.
-  Station s1 = source("A", 60, 10, 90), s2 = source("B", 60, 12, 270);
-  Trials::reset(60.01, 11, 0);  // between the two, on both bearings
-  EXPECT_TRUE(test_angle_fuzz(0, 11, s1, s2, loc, flag1, flag2));
-  EXPECT_EQ(Trials::seen.size(), 1u);
-  EXPECT_TRUE(flag1 && flag2);
-  // A crossing beyond a quarter circle stops at once, refused.
-  Station e1 = source("A", 0, 0, 90), e2 = source("B", 0, 10, 270);
-  Trials::reset(0, 120, 0);
-  EXPECT_TRUE(test_angle_fuzz(0, 11, e1, e2, loc, flag1, flag2));
-  EXPECT_EQ(Trials::seen.size(), 1u);
-  EXPECT_FALSE(flag1 || flag2);
+  const struct {
+    double lon1, lon2, loc_lat, loc_lon;
+    bool confirmed;
+  } rows[] = {
+      {10, 12, 60.01, 11, true},  // at 60 N: between, on both bearings
+      {0, 180, 0, 90, true},      // on the equator: 90 degrees from both
+      {0, 180, 0, 90.05, false},  // 90.05 from station 1
+      {0, 180, 0, 89.95, false},  // 90.05 from station 2
+  };
+  for (const auto& r : rows) {
+    const double lat = r.loc_lat == 0 ? 0 : 60;
+    Station s1 = source("A", lat, r.lon1, 90), s2 = source("B", lat, r.lon2, 270);
+    Trials::reset(r.loc_lat, r.loc_lon, 0);
+    EXPECT_TRUE(test_angle_fuzz(0, 11, s1, s2, loc, flag1, flag2));
+    EXPECT_EQ(Trials::seen.size(), 1u) << r.loc_lon;
+    EXPECT_TRUE(flag1 == r.confirmed && flag2 == r.confirmed) << r.loc_lon;
+  }
 }
 
 TEST_F(Search, IdenticalStationsAreRefusedWithoutATrial) {
@@ -334,8 +356,13 @@ TEST_F(Search, MethodErrorsLeaveTheFlagsAndTryEveryOffset) {
   Station s1 = source("A", 0, 0, 90), s2 = source("B", 0, 10, 270);
   Trials::reset(0, 5, 10);
   flag1 = false;
+  debug = 1;
+  testing::internal::CaptureStderr();
   EXPECT_FALSE(test_angle_fuzz(11, 21, s1, s2, loc, flag1, flag2));
+  const std::string err = testing::internal::GetCapturedStderr();
   EXPECT_EQ(Trials::seen.size(), 100u);
+  EXPECT_NE(err.find(":: debug: Got error. Need to retry with new fuzz\n"),
+            std::string::npos);
   EXPECT_FALSE(flag1);
   EXPECT_TRUE(flag2);
   // An empty range makes no trial and returns the flags as they stand.
