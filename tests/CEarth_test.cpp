@@ -207,21 +207,6 @@ TEST(Convert, MatchesGeographicLibBothWays) {
   EXPECT_GT(near_pole, n / 4);
 }
 
-// Straight-line services: a chord along the equator, the rule-of-thumb
-// horizon sqrt(17 h) km, and the height of a 3-4-5 triangle over its
-// hypotenuse by Heron's formula.
-TEST(LineOfSight, ChordHorizonAndCourse) {
-  const CEarth earth(CEarth::WGS_84);
-  EXPECT_NEAR(earth.GetLineOfSightDistance(polar(0, 0), polar(0, 90)),
-              6378137.0 * std::sqrt(2.0), 1e-6);
-  CEarthCoordinate high;
-  earth.Convert(polar(10, 10, 100.0), high);
-  EXPECT_NEAR(earth.GetDistanceToHorizon(high), std::sqrt(1700.0), 1e-6);
-  CEarthCoordinate here, a, b;
-  a.Set(3, 0, 0), b.Set(0, 4, 0);
-  EXPECT_DOUBLE_EQ(earth.GetLineOfSightDistanceFromCourse(here, a, b), 2.4);
-}
-
 // Every iteration ends for any input: a grid of awkward values (poles, the
 // 180 meridian, near-antipodes, huge numbers, infinities, NaN) through the
 // inverse and direct problems and the conversions. The test's time limit

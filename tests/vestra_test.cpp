@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "distance.h"
+#include "output.h"
 #include "test_support.h"
 
 namespace {
@@ -254,17 +255,22 @@ struct Trials {
   static inline std::vector<std::pair<double, double>> seen;
   static inline double lat = 0, lon = 0;
   static inline int code = 0;
+  // When set, the location is given only for this offset of station 1's
+  // bearing, and is not a number for any other.
+  static inline double only_at = NAN;
   static int method(const Station& s1, const Station& s2, Station& loc) {
     seen.emplace_back(s1.baz, s2.baz);
     if (code == 0) {
-      loc.set_latitude(lat);
+      const bool here = std::isnan(only_at) ||
+                        std::fabs(s1.baz - s1.baz_original - only_at) < 1e-9;
+      loc.set_latitude(here ? lat : NAN);
       loc.set_longitude(lon);
     }
     return code;
   }
   static void reset(double la, double lo, int c) {
     seen.clear();
-    lat = la, lon = lo, code = c;
+    lat = la, lon = lo, code = c, only_at = NAN;
     calculate_location = method;
   }
 };
@@ -369,6 +375,57 @@ TEST_F(Search, MethodErrorsLeaveTheFlagsAndTryEveryOffset) {
   flag1 = true;
   EXPECT_TRUE(test_angle_fuzz(5, 5, s1, s2, loc, flag1, flag2));
   EXPECT_EQ(Trials::seen.size(), 100u);
+}
+
+// The pairs in order: a pair that its first range does not confirm is
+// searched over [11, 21), then [21, 39), and the range it ends with is the
+// first one of the next pair. Traced, so results go to the standard output
+// as map arguments, the writer's valid and invalid are not called.
+TEST_F(Search, RangesWidenAndCarryOverToTheNextPair) {
+  std::string sep, out, err;
+  struct Unused : output_base {
+    using output_base::output_base;
+    void valid(Station&, Station&, Station&) override { ADD_FAILURE(); }
+    void invalid(Station&, Station&, Station&) override { ADD_FAILURE(); }
+  } writer(std::cout, sep);
+  const auto run = [&] {
+    debug = 1;
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    cross_pairs(writer);
+    out = testing::internal::GetCapturedStdout();
+    err = testing::internal::GetCapturedStderr();
+  };
+  const auto count = [](const std::string& text, const std::string& what) {
+    std::size_t n = 0;
+    for (auto at = text.find(what); at != std::string::npos;
+         at = text.find(what, at + 1))
+      ++n;
+    return n;
+  };
+  // Located at the first offset of [11, 21), +0.6: so are the later pairs,
+  // without a wider search.
+  new_stations = {source("A", 60, 10, 90), source("B", 60, 12, 270),
+                  source("C", 60, 12, 270)};
+  Trials::reset(60.01, 11, 0);
+  Trials::only_at = 0.6;
+  run();
+  ASSERT_EQ(Trials::seen.size(), 121u + 3);
+  for (std::size_t i : {121, 122})
+    EXPECT_EQ(Trials::seen[i], std::make_pair(90 + 0.6, 270 + 0.6)) << i;
+  EXPECT_EQ(count(out, "kelvo "), 3u);
+  EXPECT_EQ(count(err, "Doing extended search"), 1u);
+  // Never located (B's and C's bearings point away): the three ranges, and
+  // for the later pairs [21, 39), [11, 21), [21, 39).
+  new_stations[1].baz_original = new_stations[2].baz_original = 90;
+  Trials::reset(60.01, 11, 0);
+  run();
+  ASSERT_EQ(Trials::seen.size(), 545u + 2 * (324 + 100 + 324));
+  EXPECT_EQ(Trials::seen[121], std::make_pair(90 + 0.6, 90 + 0.6));
+  EXPECT_EQ(Trials::seen[221], std::make_pair(90 + 1.1, 90 + 1.1));
+  EXPECT_EQ(Trials::seen[545], std::make_pair(90 + 1.1, 90 + 1.1));
+  EXPECT_EQ(out, "");
+  EXPECT_EQ(count(err, "Doing realy extended search"), 3u);
 }
 
 }  // namespace
