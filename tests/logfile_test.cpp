@@ -175,7 +175,12 @@ TEST_F(RunLog, ArgumentForms) {
   EXPECT_EQ(logged({}), "");
 }
 
+// quote_string: a null argument gives an empty copy; when no copy can be
+// allocated, the argument goes into the line unescaped.
 TEST_F(RunLog, UnescapedInQuotesWhenTheCopyCannotBeAllocated) {
+  char* empty = quote_string(nullptr);
+  EXPECT_STREQ(empty, "");
+  std::free(empty);
   const auto old = logfile_internal::quote_alloc;
   logfile_internal::quote_alloc = [](std::size_t) -> void* { return nullptr; };
   EXPECT_EQ(quote_string("a\"b"), nullptr);
@@ -189,19 +194,25 @@ TEST_F(RunLog, UnescapedInQuotesWhenTheCopyCannotBeAllocated) {
 // unknown environment locale leaves the program's in force.
 TEST(RunLogLocale, ProgramSettingIsRestored) {
   TempDir dir;
-  TimeLocale program_locale("C");
   {
+    TimeLocale program_locale("C");
     EnvSetting lc_all("LC_ALL", "xx_NOWHERE.nonsense");
     log_to(dir / "unknown", {"vestra"});
     EXPECT_TRUE(starts_with_c_stamp(read_file(dir / "unknown")));
   }
-  EnvSetting lc_all("LC_ALL", "C.UTF-8");
-  if (!TimeLocale("C.UTF-8").ok) GTEST_SKIP() << "C.UTF-8 missing";
-  for (const fs::path& file : {dir / "log", dir / "missing" / "log"}) {
-    testing::internal::CaptureStderr();
-    log_to(file, {"vestra"});
-    testing::internal::GetCapturedStderr();
-    EXPECT_EQ(time_locale(), "C") << file;
+  const char* other = "C.UTF-8";
+  if (!TimeLocale(other).ok) GTEST_SKIP() << other << " missing";
+  for (const auto& [program, environment] :
+       {std::pair{"C", other}, std::pair{other, "C"}}) {
+    TimeLocale program_locale(program);
+    const std::string before = time_locale();
+    EnvSetting lc_all("LC_ALL", environment);
+    for (const fs::path& file : {dir / "log", dir / "missing" / "log"}) {
+      testing::internal::CaptureStderr();
+      log_to(file, {"vestra"});
+      testing::internal::GetCapturedStderr();
+      EXPECT_EQ(time_locale(), before) << file << " from " << program;
+    }
   }
 }
 
