@@ -62,6 +62,9 @@ TEST(Delta, PolesAndCoincidentPoints) {
   EXPECT_NEAR(delta(0, 0, 0, 90), 90.0, 1e-9);
   // A latitude of exactly 90 keeps its value, its longitude is turned round.
   EXPECT_NEAR(delta(90, 0, 0, 0), 90.0, 1e-9);
+  // Beyond a pole: 90.5 N at 0 E is 89.5 N at 180 E, 90.5 degrees from (0, 0).
+  EXPECT_NEAR(delta(90.5, 0, 0, 0), 90.5, 0.01);
+  EXPECT_NEAR(delta(0, 0, -90.5, 0), 90.5, 0.01);
   double d = delta(45, 10, 45, 10);
   EXPECT_TRUE(std::isnan(d) || d < 1e-6);
 }
