@@ -177,8 +177,8 @@ class Sources : public testing::Test {
 // bounds themselves are accepted (golden case xxx_bounds_accepted).
 using XxxDeathTest = Sources;
 TEST_F(XxxDeathTest, JustBeyondTheBoundsIsRefused) {
-  for (std::string option : {"--xxx-lat=90.5", "--xxx-lat=-90.5",
-                             "--xxx-long=180.5", "--xxx-long=-180.5"}) {
+  for (std::string option : {"--xxx-lat=90.000001", "--xxx-lat=-90.000001",
+                             "--xxx-long=180.000001", "--xxx-long=-180.000001"}) {
     std::string words[] = {"vestra", "-x", "10", option};
     char* argv[] = {words[0].data(), words[1].data(), words[2].data(),
                     words[3].data(), nullptr};
