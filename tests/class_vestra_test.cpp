@@ -69,11 +69,16 @@ TEST(Delta, PolesAndCoincidentPoints) {
   EXPECT_TRUE(std::isnan(d) || d < 1e-6);
 }
 
-TEST(Destination, ZeroDistance) {
+TEST(Destination, ZeroDistanceAndThe180thMeridian) {
   double x = 0, y = 0;
   vestra_access::l_1000(45.0, 10.0, 30.0, 0.0, x, y);
   EXPECT_NEAR(x, 44.99976, 5e-6);
   EXPECT_EQ(y, 10.0);
+  // 1.5 degrees east of 179 E is 179.5 W, and west of 179 W is 179.5 E.
+  vestra_access::l_1000(0.0, 179.0, 90.0, 1.5, x, y);
+  EXPECT_NEAR(y, -179.5, 1e-9);
+  vestra_access::l_1000(0.0, -179.0, 270.0, 1.5, x, y);
+  EXPECT_NEAR(y, 179.5, 1e-9);
 }
 
 TEST(Signs, Helpers) {
