@@ -307,22 +307,6 @@ TEST_F(Search, DifferenceUpToTheToleranceAgrees) {
   }
 }
 
-TEST_F(Search, TrialOrderOuterStationOneInnerStationTwo) {
-  Station s1 = source("A", 60, 10, 100), s2 = source("B", 61, 12, 200);
-  Trials::reset(std::nan(""), 0, 0);  // never confirmed
-  EXPECT_FALSE(test_angle_fuzz(0, 3, s1, s2, loc, flag1, flag2));
-  ASSERT_EQ(Trials::seen.size(), 9u);
-  EXPECT_EQ(Trials::seen[0], std::make_pair(100.0, 200.0));
-  EXPECT_EQ(Trials::seen[1], std::make_pair(100.0, 200.1));
-  EXPECT_EQ(Trials::seen[2], std::make_pair(100.0, 199.9));
-  EXPECT_EQ(Trials::seen[3], std::make_pair(100.1, 200.0));
-  EXPECT_EQ(Trials::seen[8], std::make_pair(99.9, 199.9));
-  // The working bearings keep the last trial; the measured ones never change.
-  EXPECT_EQ(s1.baz, 99.9);
-  EXPECT_EQ(s1.baz_original, 100.0);
-  EXPECT_EQ(s2.baz_original, 200.0);
-}
-
 // The first trial ends the search, confirmed, or refused for good when the
 // crossing lies more than a quarter circle from either station (exactly a
 // quarter circle is not more).
