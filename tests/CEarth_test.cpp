@@ -117,6 +117,63 @@ TEST(Inverse, SpecialPositionsOnWgs84) {
   EXPECT_TRUE(std::isnan(inverse(earth, NAN, 0, 1, 1).s));
 }
 
+// Vincenty's iteration on the longitude difference lambda, run to the pass
+// limit of 200 without any shortcut; the azimuth at point 1 and the passes
+// made. Evaluated in the earth model's order, so that bits can be compared.
+std::pair<double, int> azimuth_at_pass_limit(double lat1, double lon1,
+                                             double lat2, double lon2,
+                                             double f) {
+  const double k = 0.017453292519943295, r = 1 - f, l1 = lon1 * k,
+               l2 = lon2 * k;
+  const double tan_u1 = r * std::sin(lat1 * k) / std::cos(lat1 * k);
+  const double tan_u2 = r * std::sin(lat2 * k) / std::cos(lat2 * k);
+  const double cos_u1 = 1 / std::sqrt(tan_u1 * tan_u1 + 1),
+               sin_u1 = cos_u1 * tan_u1,
+               cos_u2 = 1 / std::sqrt(tan_u2 * tan_u2 + 1);
+  const double cc = cos_u1 * cos_u2, cs = cc * tan_u2, ss = cs * tan_u1;
+  double lambda = l2 - l1, previous, t1, t2;
+  int pass = 0;
+  do {
+    t1 = cos_u2 * std::sin(lambda);
+    t2 = cs - sin_u1 * cos_u2 * std::cos(lambda);
+    const double sin_s = std::sqrt(t1 * t1 + t2 * t2),
+                 cos_s = cc * std::cos(lambda) + ss,
+                 sigma = std::atan2(sin_s, cos_s);
+    const double sin_a = cc * std::sin(lambda) == 0 && sin_s == 0
+                             ? 1 : cc * std::sin(lambda) / sin_s;
+    const double cos2_a = 1 - sin_a * sin_a;
+    const double cos_2sm = cos2_a > 0 ? -2 * ss / cos2_a + cos_s : 2 * ss;
+    const double e = 2 * (cos_2sm * cos_2sm) - 1;
+    const double c = ((-3 * cos2_a + 4) * f + 4) * cos2_a * f / 16;
+    previous = lambda;
+    lambda = ((c * (e * cos_s) + cos_2sm) * sin_s * c + sigma) * sin_a *
+                 (1 - c) * f + l2 - l1;
+  } while (std::fabs(previous - lambda) > 2.22507e-16 && ++pass < 200);
+  const double az = std::atan2(t1, t2) * 57.29577951308232;
+  return {az < 0 ? az + 360 : az, pass};
+}
+
+// Some pairs far apart in longitude alternate between two values of lambda
+// for ever; the earth model stops once it sees the repeat, on the state the
+// pass limit would end with.
+TEST(Inverse, AlternatingPairsEndAsAtThePassLimit) {
+  const CEarth earth(CEarth::WGS_84);
+  const double a = earth.GetEquatorialRadiusInMeters();
+  const double f = (a - earth.GetPolarRadiusInMeters()) / a;
+  std::mt19937_64 rng(20261123);
+  std::uniform_real_distribution<double> lat(-89.0, 89.0), lon(-180.0, 180.0);
+  int alternating = 0;
+  for (int n = 0; n < 20000; ++n) {
+    const double la1 = lat(rng), lo1 = lon(rng), la2 = lat(rng), lo2 = lon(rng);
+    const auto [az, passes] =
+        azimuth_at_pass_limit(la1, lo1, la2, lo2, f);
+    if (passes < 200) continue;
+    ++alternating;
+    EXPECT_EQ(inverse(earth, la1, lo1, la2, lo2).az1, az) << la1 << " " << lo1;
+  }
+  EXPECT_GE(alternating, 5);
+}
+
 TEST(Inverse, MatchesGeographicLibOnRandomPairs) {
   for (int id : {CEarth::WGS_84, CEarth::International, CEarth::Clarke_1866}) {
     const CEarth earth(id);
