@@ -82,10 +82,16 @@ TEST(Ellipsoid, EveryRowMatchesThePublishedConstants) {
                 5e-7)
         << row.name;
   }
+  // Any other id leaves no ellipsoid: no radii, no flattening (headings as on
+  // a sphere).
+  const double sphere_az1 = inverse(CEarth(CEarth::Perfect_Sphere), 10, 0, 20, 5).az1;
   for (int id : {0, 26, -1}) {
-    CEarth earth(id);
+    CEarth earth(CEarth::WGS_84);
+    earth.SetEllipsoid(id);
     EXPECT_STREQ(earth.GetEllipsoidName(), "Unknown") << id;
-    EXPECT_EQ(earth.GetEquatorialRadiusInMeters(), 0.0) << id;
+    EXPECT_TRUE(earth.GetEquatorialRadiusInMeters() == 0.0 &&
+                earth.GetPolarRadiusInMeters() == 0.0) << id;
+    EXPECT_EQ(inverse(earth, 10, 0, 20, 5).az1, sphere_az1) << id;
   }
 }
 
@@ -200,11 +206,13 @@ TEST(Inverse, MatchesGeographicLibOnRandomPairs) {
   }
 }
 
-// The direct problem on an ellipsoid given by its radii; the height of the
-// end point is left as it was.
+// The direct problem on an ellipsoid given by a and f; the height of the end
+// point is left as it was.
 TEST(Direct, MatchesGeographicLibOnRandomStarts) {
   CEarth earth;
-  earth.SetEllipsoidByRadii(6378388.0, 6356911.946128);
+  earth.SetEllipsoidByEquatorialRadiusAndFlattening(6378388.0, 1 / 297.0);
+  EXPECT_STREQ(earth.GetEllipsoidName(), "Custom");
+  EXPECT_NEAR(earth.GetPolarRadiusInMeters(), 6356911.946128, 5e-7);
   const GeographicLib::Geodesic reference(6378388.0, 1 / 297.0);
   std::mt19937_64 rng(7u);
   std::uniform_real_distribution<double> lat(-89.9, 89.9), lon(-180, 180),
@@ -222,31 +230,31 @@ TEST(Direct, MatchesGeographicLibOnRandomStarts) {
   }
 }
 
-// Geodetic to earth-centred and back, on an ellipsoid given by a and f. The
-// way back may give up on a point whose iteration alternates (it then
+// Geodetic to earth-centred and back, on an ellipsoid given by its radii.
+// The way back may give up on a point whose iteration alternates (it then
 // returns 0, 0, 0), but only rarely.
 TEST(Convert, MatchesGeographicLibBothWays) {
   CEarth earth;
-  earth.SetEllipsoidByEquatorialRadiusAndFlattening(6378137.0,
-                                                    1 / 298.257223563);
-  const GeographicLib::Geocentric& reference =
-      GeographicLib::Geocentric::WGS84();
+  earth.SetEllipsoidByRadii(6378388.0, 6356911.946128);
+  EXPECT_STREQ(earth.GetEllipsoidName(), "Custom");
+  const GeographicLib::Geocentric reference(6378388.0,
+                                            (6378388.0 - 6356911.946128) / 6378388.0);
   std::mt19937_64 rng(99u);
   std::uniform_real_distribution<double> lat(-90, 90), lon(-180, 180),
       h(-100, 10000);
   int given_up = 0, near_pole = 0;
   const int n = 4000;
+  CEarthCoordinate c;
+  CPolarCoordinate p;
   for (int i = 0; i < n; ++i) {
     const double lat0 = lat(rng), lon0 = lon(rng), h0 = h(rng);
     double x, y, z;
     reference.Forward(lat0, lon0, h0, x, y, z);
-    CEarthCoordinate c;
     earth.Convert(polar(lat0, lon0, h0), c);
     ASSERT_NEAR(c.GetXCoordinateInMeters(), x, 1e-6) << i;
     ASSERT_NEAR(c.GetYCoordinateInMeters(), y, 1e-6) << i;
     ASSERT_NEAR(c.GetZCoordinateInMeters(), z, 1e-6) << i;
 
-    CPolarCoordinate p;
     c.Set(x, y, z);
     earth.Convert(c, p);
     if (p.GetUpDownAngleInDegrees() == 0.0 &&
@@ -262,6 +270,39 @@ TEST(Convert, MatchesGeographicLibBothWays) {
   }
   EXPECT_LT(given_up, n / 100);
   EXPECT_GT(near_pole, n / 4);
+  // A sphere chosen after an ellipsoid, both ways: the pole lies at the radius.
+  for (bool by_id : {true, false}) {
+    earth.SetEllipsoidByRadii(6378388.0, 6356911.946128);
+    by_id ? earth.SetEllipsoid(CEarth::Perfect_Sphere)
+          : earth.SetEllipsoidByEquatorialRadiusAndFlattening(6378137.0, 0);
+    earth.Convert(polar(90, 0), c);
+    EXPECT_NEAR(c.GetZCoordinateInMeters(), 6378137.0, 1e-6) << by_id;
+  }
+}
+
+// Straight lines on a sphere: the chord 2a sin(0.5 deg) between two surface
+// points one degree apart (both ways), the rule-of-thumb horizon sqrt(17 h)
+// km, and the height of a 3-4-5 triangle over its hypotenuse (Heron). The
+// overloads on earth-centred points convert and use the polar ones.
+TEST(LineOfSight, ChordHorizonCourseAndEarthCentredOverloads) {
+  CEarth sphere(CEarth::Perfect_Sphere);
+  const double chord = 2.0 * 6378137.0 * std::sin(0.5 * 0.017453292519943295);
+  EXPECT_NEAR(sphere.GetLineOfSightDistance(polar(0, 10), polar(0, 11)), chord,
+              1e-6);
+  CPolarCoordinate end;
+  sphere.AddLineOfSightDistanceAndDirectionToCoordinate(polar(0, 10), chord, 90,
+                                                        end, 0);
+  EXPECT_NEAR(end.GetLeftRightAngleInDegrees(), 11.0, 1e-9);
+  CEarthCoordinate e10, e11, out;
+  sphere.Convert(polar(0, 10), e10), sphere.Convert(polar(0, 11), e11);
+  EXPECT_NEAR(sphere.GetSurfaceDistance(e10, e11), 111319.491, 1e-3);
+  sphere.AddSurfaceDistanceAndDirectionToCoordinate(e10, 111319.491, 90, out);
+  EXPECT_NEAR(out.GetYCoordinateInMeters(), e11.GetYCoordinateInMeters(), 1e-3);
+  CEarthCoordinate high, here, a, b;
+  sphere.Convert(polar(10, 10, 100.0), high);
+  EXPECT_NEAR(sphere.GetDistanceToHorizon(high), std::sqrt(1700.0), 1e-6);
+  a.Set(3, 0, 0), b.Set(0, 4, 0);
+  EXPECT_DOUBLE_EQ(sphere.GetLineOfSightDistanceFromCourse(here, a, b), 2.4);
 }
 
 // Every iteration ends for any input: a grid of awkward values (poles, the

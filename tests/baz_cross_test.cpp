@@ -95,13 +95,16 @@ TEST(Depi, WalkStepAndItsBounds) {
 
 // -------------------------------------------- delazd and the small routines
 
-TEST(Delazd, WalkPolesAndDateLine) {
+TEST(Delazd, WalkKilometresPolesAndDateLine) {
   // Going out along the azimuth towards a point reaches it.
   Depi d = run_depi(67.8, 20.4, 64.0, 14.0);
   double lat, lon;
   delazd(67.8, 20.4, d.bazd, d.deld, 1, lat, lon);
   EXPECT_NEAR(lat, 64.0, 1e-9);
   EXPECT_NEAR(lon, 14.0, 1e-9);
+  // In kilometres.
+  delazd(67.8, 20.4, d.bazd, 500, 2, lat, lon);
+  EXPECT_NEAR(run_depi(67.8, 20.4, lat, lon).delk, 500, 1.0);
   // From the poles: longitude 180 - azi (north), azi (south).
   delazd(90, 0, 30, 10, 1, lat, lon);
   EXPECT_NEAR(lat, convlat_geocentric2geographic(80), 1e-12);
