@@ -1,10 +1,9 @@
-// Station record, angle text forms and the station factory.
+// Station record and angle text forms.
 
 #include "class_location.h"
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <iomanip>
 #include <sstream>
 
@@ -82,20 +81,6 @@ TEST(Angles, StreamFormattingIsRestored) {
     EXPECT_EQ(o.precision(), fresh.precision()) << form;
     EXPECT_EQ(o.flags(), fresh.flags()) << form;
     EXPECT_EQ(o.fill(), fresh.fill()) << form;
-  }
-}
-
-// A catalog key makes its station with the given bearing data; any other
-// text, even a near miss, the Default placeholder at (1000, 1000).
-TEST(Catalog, ExactKeyOrDefault) {
-  Station m1 = create_station("Jamton_M1", epoch, 10, 11, 0.5);
-  EXPECT_EQ(m1.get_name(), "Jamton M1");
-  EXPECT_TRUE(m1.baz == 10 && m1.baz_original == 11 && m1.sbaz == 0.5);
-  for (const char* key : {"jamton_M1", "Jamton_M1 ", "", "Unknown"}) {
-    Station s = create_station(key, epoch, 1, 2, 3);
-    EXPECT_EQ(s.get_name(), "Default") << key;
-    EXPECT_TRUE(s.get_latitude() == 1000.0 && s.get_longitude() == 1000.0);
-    EXPECT_TRUE(s.baz == 1 && s.baz_original == 2 && s.sbaz == 3) << key;
   }
 }
 

@@ -1,4 +1,6 @@
-// Original crossing method.
+// Original crossing method: its routines at the special positions (the
+// golden cases sample_location, north_* and meridian_* compare whole
+// crossings).
 
 #include "class_vestra.h"
 
@@ -14,12 +16,6 @@ Station at(double lat, double lon, double baz) {
   return source("Default", lat, lon, baz);
 }
 
-Station locate(const Station& s1, const Station& s2) {
-  Station loc = create_station("Default", epoch, 0, 0, 0);
-  EXPECT_EQ(calculate_location_original(s1, s2, loc), 0);
-  return loc;
-}
-
 }  // namespace
 
 // Unit access to the private routines.
@@ -33,22 +29,6 @@ class vestra_access {
 };
 
 namespace {
-
-TEST(OriginalMethod, WorkedExampleDivergingAndCollinearBearings) {
-  Station loc = locate(at(67.8, 20.4, 111.0311), at(64.0, 14.0, 66.4115));
-  EXPECT_NEAR(loc.get_latitude(), 65.9991, 5e-5);
-  EXPECT_NEAR(loc.get_longitude(), 30.0096, 5e-5);
-  // Only the position of the location is written.
-  EXPECT_EQ(loc.get_name(), "Default");
-  EXPECT_EQ(loc.baz, 0.0);
-  // Diverging bearings: the mean of the two end points.
-  loc = locate(at(67.8, 20.4, 291.0311), at(64.0, 14.0, 66.4115));
-  EXPECT_NEAR(loc.get_latitude(), 67.4757, 5e-5);
-  EXPECT_NEAR(loc.get_longitude(), 19.7593, 5e-5);
-  // Both bearings along the meridian through the two stations.
-  loc = locate(at(60.0, 10.0, 0.0), at(50.0, 10.0, 0.0));
-  EXPECT_TRUE(std::isnan(loc.get_latitude()) && std::isnan(loc.get_longitude()));
-}
 
 TEST(Azimuth, NoReductionOfTheLongitudeSameMeridianAndEquator) {
   EXPECT_NEAR(azimuth(10, 170, 10, -170), 268.3, 0.05);

@@ -85,14 +85,6 @@ void log_to(const fs::path& file, std::vector<const char*> args) {
   flogfile(file.c_str(), static_cast<int>(args.size()), args.data());
 }
 
-/// Runs `logfile` with these arguments in `dir` as the working directory.
-void log_in(const fs::path& dir, std::vector<const char*> args) {
-  const fs::path old = fs::current_path();
-  fs::current_path(dir);
-  logfile(static_cast<int>(args.size()), const_cast<char**>(args.data()));
-  fs::current_path(old);
-}
-
 /// The environment's locale is the plain C locale.
 class RunLog : public testing::Test {
  protected:
@@ -110,17 +102,6 @@ class RunLog : public testing::Test {
     return text.substr(stamp_len, text.size() - stamp_len - 1);
   }
 };
-
-TEST_F(RunLog, CreatesTheFileInTheWorkingDirectoryThenAppends) {
-  log_in(dir_.path, {"vestra", "-k"});
-  log_in(dir_.path, {"vestra", "-k"});
-  const auto lines = lines_of(read_file(dir_ / "logfile"));
-  ASSERT_EQ(lines.size(), 2u);
-  for (const auto& line : lines) {
-    EXPECT_TRUE(starts_with_c_stamp(line)) << line;
-    EXPECT_EQ(line.substr(stamp_len), " vestra -k");
-  }
-}
 
 TEST_F(RunLog, TimeStampIsTheLocalTime) {
   std::time_t before, after;
