@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <iomanip>
 #include <iostream>
+#include <iterator>
 #include <sstream>
 
 const char* we[3] = {"W", " ", "E"};
@@ -169,6 +170,16 @@ constexpr catalog_entry catalog_keys[] = {
 #define STATION(id, ENUM, Key, base, joiner, suffix, lat, lon) {ENUM, #Key},
 #include "stations.def"
 };
+
+// The rows number the entries 1, 2, ... in their order, so that the
+// identifiers, and the catalog options' codes made from them, have no gaps.
+constexpr bool numbered_in_row_order() {
+  for (std::size_t i = 0; i < std::size(catalog_keys); ++i)
+    if (catalog_keys[i].id != static_cast<int>(i)) return false;
+  return true;
+}
+static_assert(numbered_in_row_order(),
+              "stations.def: the identifiers must be 1, 2, ... in row order");
 
 // Built at start-up from the table above: each node is made in place at the
 // end of the tree, without the temporary pairs of an initializer list.

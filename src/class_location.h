@@ -126,13 +126,20 @@ std::ostream& output_dm(std::ostream& o, Station& s, bool lat_before_lng);
 std::ostream& operator<<(std::ostream& o, Station& s);
 
 // The station catalog: identifiers, names and the factory.
+
+/// The number of catalog entries: one per row of stations.def.
+inline constexpr int station_count = 0
+#define STATION(id, ENUM, Key, base, joiner, suffix, lat, lon) +1
+#include "stations.def"
+    ;
+
 typedef enum : int {
   UNKNOWN = 0,
 #define STATION(id, ENUM, Key, base, joiner, suffix, lat, lon) ENUM = id,
 #include "stations.def"
   FIRST = 1,
   USUAL = 7,
-  LAST = 55,
+  LAST = station_count,
 } station_id;
 
 #define STATION(id, ENUM, Key, base, joiner, suffix, lat_, lon_)           \
@@ -146,7 +153,7 @@ typedef enum : int {
   };
 #include "stations.def"
 
-/// Identifier to catalog key: 0 "Unknown", then the 55 entries.
+/// Identifier to catalog key: 0 "Unknown", then the catalog entries.
 extern const std::map<int, std::string> enum2name;
 
 /// The catalog station whose key equals `type` exactly, as a plain Station;

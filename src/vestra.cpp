@@ -77,7 +77,7 @@ void reset_settings() {
   earth.SetEllipsoid(CEarth::WGS_84);
 }
 
-const option long_options[98] = {
+constexpr option long_options[fixed_option_count + station_count + 1] = {
     {"kiruna", required_argument, nullptr, 'k'},
     {"k2", required_argument, nullptr, 'K'},
     {"kiruna2", required_argument, nullptr, 'K'},
@@ -728,3 +728,9 @@ int vestra_main(int argc, char** argv) {
   if (separator == " ") std::cout << "\n";
   return 0;
 }
+
+// The option table: exactly fixed_option_count entries come before the
+// first catalog option.
+static_assert(long_options[fixed_option_count].val ==
+              OPT_CATALOG_BASE + static_cast<int>(FIRST));
+static_assert(long_options[fixed_option_count - 1].val < OPT_CATALOG_BASE);

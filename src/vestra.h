@@ -27,8 +27,11 @@ using location_method = int (*)(const Station& s1, const Station& s2,
                                 Station& loc);
 extern location_method calculate_location;
 
-/// The option table: 42 fixed options, 55 catalog options, terminator.
-extern const option long_options[98];
+/// The number of options in the table before the catalog options.
+inline constexpr std::size_t fixed_option_count = 42;
+/// The option table: the fixed options, one option per catalog entry (in
+/// catalog order, named by its key), and the all-zero terminator.
+extern const option long_options[fixed_option_count + station_count + 1];
 /// The short options.
 extern const char short_options[];
 

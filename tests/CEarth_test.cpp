@@ -1,6 +1,6 @@
-// Earth model: ellipsoid selection, inverse and direct problems,
-// conversions and line-of-sight services, with a cross-check against
-// GeographicLib on seeded random points.
+// Earth model: the ellipsoid table against the published constants, and
+// Vincenty's inverse and direct problems and the coordinate conversions
+// against GeographicLib on seeded random points.
 
 #include "GFC.h"
 
@@ -11,17 +11,10 @@
 #include <cmath>
 #include <limits>
 #include <random>
-#include <string>
 
 namespace {
 
-// Exposes the derived ellipsoid quantities.
-class OpenEarth : public CEarth {
- public:
-  using CEarth::CEarth;
-  double f() const { return m_Flattening; }
-  double e2() const { return m_EccentricitySquared; }
-};
+constexpr double inf = std::numeric_limits<double>::infinity();
 
 CPolarCoordinate polar(double lat, double lon, double h = 0.0) {
   CPolarCoordinate p;
@@ -38,62 +31,74 @@ double angle_gap(double a, double b) {
 struct Inverse {
   double s, az1, az2;
 };
-Inverse inverse(const CEarth& earth, double lat1, double lon1, double lat2, double lon2) {
+Inverse inverse(const CEarth& earth, double lat1, double lon1, double lat2,
+                double lon2) {
   Inverse r{};
-  r.s = earth.GetSurfaceDistance(polar(lat1, lon1), polar(lat2, lon2), &r.az1, &r.az2);
+  r.s = earth.GetSurfaceDistance(polar(lat1, lon1), polar(lat2, lon2), &r.az1,
+                                 &r.az2);
   return r;
 }
 
-TEST(Ellipsoid, TableAndCustomSetters) {
+// Every ellipsoid by its published semi-major axis a and inverse flattening
+// 1/f. The table holds b rounded to the micrometre, so b lies within half a
+// micrometre of a (1 - f).
+TEST(Ellipsoid, EveryRowMatchesThePublishedConstants) {
   const struct {
     int id;
     const char* name;
-    double a, b, inverse_f;
+    double a, inverse_f;
   } rows[] = {
-      {CEarth::WGS_84, "WGS_84", 6378137.0, 6356752.314245179, 298.2572236},
-      {CEarth::GRS_1980, "GRS_1980", 6378137.0, 6356752.31414, 298.2572221},
-      {CEarth::Austrailian_National, "Austrailian_National", 6378160.0,
-       6356774.719195, 298.25},
-      {CEarth::South_American_1969, "South_American_1969", 6378160.0,
-       6356774.719195, 298.25},
-      {CEarth::Topex_Poseidon_Pathfinder_ITRF, "Topex_Poseidon_Pathfinder_ITRF",
-       6378136.3, 6356751.600562938, 298.257},
+      {1, "Perfect_Sphere", 6378137.0, inf},
+      {2, "Airy", 6377563.396, 299.3249646},
+      {3, "Austrailian_National", 6378160.0, 298.25},
+      {4, "Bessell_1841", 6377397.155, 299.1528128},
+      {5, "Bessel_1841_Nambia", 6377483.865, 299.1528128},
+      {6, "Clarke_1866", 6378206.4, 294.9786982},
+      {7, "Clarke_1880", 6378249.145, 293.465},
+      {8, "Everest", 6377276.345, 300.8017},
+      {9, "Fischer_1960_Mercury", 6378166.0, 298.3},
+      {10, "Fischer_1968", 6378150.0, 298.3},
+      {11, "GRS_1967", 6378160.0, 298.247167427},
+      {12, "GRS_1980", 6378137.0, 298.257222101},
+      {13, "Helmert_1906", 6378200.0, 298.3},
+      {14, "Hough", 6378270.0, 297.0},
+      {15, "International", 6378388.0, 297.0},
+      {16, "Krassovsky", 6378245.0, 298.3},
+      {17, "Modified_Airy", 6377340.189, 299.3249646},
+      {18, "Modified_Everest", 6377304.063, 300.8017},
+      {19, "Modified_Fischer_1960", 6378155.0, 298.3},
+      {20, "South_American_1969", 6378160.0, 298.25},
+      {21, "Topex_Poseidon_Pathfinder_ITRF", 6378136.3, 298.257},
+      {22, "WGS_60", 6378165.0, 298.3},
+      {23, "WGS_66", 6378145.0, 298.25},
+      {24, "WGS_72", 6378135.0, 298.26},
+      {25, "WGS_84", 6378137.0, 298.257223563},
   };
   for (const auto& row : rows) {
-    OpenEarth earth(row.id);
-    EXPECT_STREQ(earth.GetEllipsoidName(), row.name);
+    CEarth earth(row.id);
+    EXPECT_STREQ(earth.GetEllipsoidName(), row.name) << row.id;
     EXPECT_EQ(earth.GetEquatorialRadiusInMeters(), row.a) << row.name;
-    EXPECT_EQ(earth.GetPolarRadiusInMeters(), row.b) << row.name;
-    EXPECT_NEAR(1.0 / earth.f(), row.inverse_f, 1e-6) << row.name;
+    EXPECT_NEAR(earth.GetPolarRadiusInMeters(), row.a * (1 - 1 / row.inverse_f),
+                5e-7)
+        << row.name;
   }
-  OpenEarth custom(CEarth::WGS_84);
-  const double wgs_f = custom.f();
-  custom.SetEllipsoidByRadii(0.0, 6000000.0);  // keeps the flattening
-  EXPECT_EQ(custom.f(), wgs_f);
-  custom.SetEllipsoidByRadii(6378137.0, 6378137.0);
-  EXPECT_STREQ(custom.GetEllipsoidName(), "Custom");
-  EXPECT_EQ(custom.e2(), 0.0);
-  custom.SetEllipsoidByEquatorialRadiusAndFlattening(6378137.0, 0.01);
-  EXPECT_EQ(custom.GetPolarRadiusInMeters(), 6378137.0 - 6378137.0 * 0.01);
-  EXPECT_EQ(custom.e2(), 0.02 - 0.01 * 0.01);
-}
-
-TEST(Ellipsoid, OutOfRangeSelectsUnknown) {
+  // Any other id leaves no ellipsoid: no radii, no flattening (headings as on
+  // a sphere).
+  const double sphere_az1 = inverse(CEarth(CEarth::Perfect_Sphere), 10, 0, 20, 5).az1;
   for (int id : {0, 26, -1}) {
-    OpenEarth earth(CEarth::WGS_84);
+    CEarth earth(CEarth::WGS_84);
     earth.SetEllipsoid(id);
     EXPECT_STREQ(earth.GetEllipsoidName(), "Unknown") << id;
     EXPECT_TRUE(earth.GetEquatorialRadiusInMeters() == 0.0 &&
-                earth.GetPolarRadiusInMeters() == 0.0 && earth.f() == 0.0);
+                earth.GetPolarRadiusInMeters() == 0.0) << id;
+    EXPECT_EQ(inverse(earth, 10, 0, 20, 5).az1, sphere_az1) << id;
   }
-  // Zero distance, spherical headings.
-  Inverse u = inverse(CEarth(CEarth::Unknown), 0, 0, 0, 1);
-  EXPECT_EQ(u.s, 0.0);
-  EXPECT_DOUBLE_EQ(u.az1, 90.0);
-  EXPECT_DOUBLE_EQ(u.az2, 270.0);
 }
 
-TEST(Inverse, ReferenceCasesOnWgs84) {
+// The conventions at the special positions: equator, meridians (the heading
+// back to point 1 is 360, not 0), coincident points; and a pair that does
+// not settle, a sphere, a position that is not a number.
+TEST(Inverse, SpecialPositionsOnWgs84) {
   const CEarth earth(CEarth::WGS_84);
   const struct {
     double lat1, lon1, lat2, lon2, s, az1, az2;
@@ -102,102 +107,75 @@ TEST(Inverse, ReferenceCasesOnWgs84) {
       {0, 0, 1, 0, 110574.389, 0, 180},
       {50, 10, 60, 10, 1113225.778, 0, 180},
       {60, 10, 50, 10, 1113225.778, 180, 360},
-      {67.8, 20.4, 59.0, 18.0, 988026.335, 188.0553159, 5.9029351},
       {0, 0, 0, 0, 0, 0, 180},
   };
   for (const auto& c : cases) {
     Inverse r = inverse(earth, c.lat1, c.lon1, c.lat2, c.lon2);
     EXPECT_NEAR(r.s, c.s, 5e-4) << c.lat1 << "," << c.lon1;
-    EXPECT_NEAR(r.az1, c.az1, 5e-8) << c.lat1 << "," << c.lon1;
-    EXPECT_NEAR(r.az2, c.az2, 5e-8) << c.lat1 << "," << c.lon1;
+    EXPECT_EQ(r.az1, c.az1) << c.lat1 << "," << c.lon1;
+    EXPECT_EQ(r.az2, c.az2) << c.lat1 << "," << c.lon1;
   }
-  // Null heading pointers: distance only.
-  EXPECT_NEAR(earth.GetSurfaceDistance(polar(0, 0), polar(0, 1)), 111319.491,
-              5e-4);
+  // Nearly antipodal: the pass limit ends the iteration with finite values.
+  Inverse r = inverse(earth, 0, 0, 0.5, 179.5);
+  EXPECT_TRUE(std::isfinite(r.s) && r.s > 19e6) << r.s;
+  EXPECT_NEAR(inverse(CEarth(CEarth::Perfect_Sphere), 0, 0, 0, 1).s,
+              111319.491, 5e-4);
+  EXPECT_TRUE(std::isnan(inverse(earth, NAN, 0, 1, 1).s));
 }
 
-TEST(Inverse, SphereAndNonConvergingPairs) {
-  const CEarth sphere(CEarth::Perfect_Sphere);
-  EXPECT_NEAR(inverse(sphere, 0, 0, 0, 1).s, 111319.491, 5e-4);
-
-  // Nearly antipodal: the iteration never settles; the pass limit ends it
-  // with finite values.
-  Inverse r = inverse(CEarth(CEarth::WGS_84), 0, 0, 0.5, 179.5);
-  EXPECT_TRUE(std::isfinite(r.s));
-  EXPECT_GT(r.s, 19e6);
-
-  // A non-number ends the loop and comes out in the results.
-  EXPECT_TRUE(std::isnan(inverse(CEarth(CEarth::WGS_84), NAN, 0, 1, 1).s));
-}
-
-// The plain iteration of the inverse problem, run to the pass limit without
-// any shortcut: the reference for pairs whose passes alternate for ever.
-struct PlainInverse {
-  double distance, heading_12, heading_21;
-  int passes;
-};
-PlainInverse plain_inverse(double lat1, double lon1, double lat2, double lon2,
-                           double a, double f) {
-  const double k = 0.017453292519943295, phi1 = lat1 * k, l1 = lon1 * k,
-               phi2 = lat2 * k, l2 = lon2 * k, r = 1.0 - f;
-  const double t1 = r * std::sin(phi1) / std::cos(phi1);
-  const double t2 = r * std::sin(phi2) / std::cos(phi2);
-  const double c1 = 1.0 / std::sqrt(t1 * t1 + 1.0), s1 = c1 * t1;
-  const double c2 = 1.0 / std::sqrt(t2 * t2 + 1.0);
-  const double s = c1 * c2, B = s * t2, F = B * t1;
-  double x = l2 - l1, d, sx, cx, T1, T2, sy, cy, y, sa, c2a, cz, e, c;
+// Vincenty's iteration on the longitude difference lambda, run to the pass
+// limit of 200 without any shortcut; the azimuth at point 1 and the passes
+// made. Evaluated in the earth model's order, so that bits can be compared.
+std::pair<double, int> azimuth_at_pass_limit(double lat1, double lon1,
+                                             double lat2, double lon2,
+                                             double f) {
+  const double k = 0.017453292519943295, r = 1 - f, l1 = lon1 * k,
+               l2 = lon2 * k;
+  const double tan_u1 = r * std::sin(lat1 * k) / std::cos(lat1 * k);
+  const double tan_u2 = r * std::sin(lat2 * k) / std::cos(lat2 * k);
+  const double cos_u1 = 1 / std::sqrt(tan_u1 * tan_u1 + 1),
+               sin_u1 = cos_u1 * tan_u1,
+               cos_u2 = 1 / std::sqrt(tan_u2 * tan_u2 + 1);
+  const double cc = cos_u1 * cos_u2, cs = cc * tan_u2, ss = cs * tan_u1;
+  double lambda = l2 - l1, previous, t1, t2;
   int pass = 0;
   do {
-    sx = std::sin(x);
-    cx = std::cos(x);
-    T1 = c2 * sx;
-    T2 = B - s1 * c2 * cx;
-    sy = std::sqrt(T1 * T1 + T2 * T2);
-    cy = s * cx + F;
-    y = std::atan2(sy, cy);
-    sa = (s * sx == 0.0 && sy == 0.0) ? 1.0 : s * sx / sy;
-    c2a = 1.0 - sa * sa;
-    cz = 2.0 * F;
-    if (c2a > 0.0) cz = -2.0 * F / c2a + cy;
-    e = 2.0 * (cz * cz) - 1.0;
-    c = ((-3.0 * c2a + 4.0) * f + 4.0) * c2a * f / 16.0;
-    d = x;
-    x = ((c * (e * cy) + cz) * sy * c + y) * sa * (1.0 - c) * f + l2 - l1;
-  } while (std::fabs(d - x) > 2.22507e-16 && ++pass < 200);
-  double h12 = std::atan2(T1, T2) * 57.29577951308232;
-  if (h12 < 0.0) h12 += 360.0;
-  double h21 = (std::atan2(c1 * sx, B * cx - s1 * c2) + 3.141592653589793) *
-               57.29577951308232;
-  if (h21 < 0.0) h21 += 360.0;
-  double X = std::sqrt((1.0 / r / r - 1.0) * c2a + 1.0) + 1.0;
-  X = (X - 2.0) / X;
-  const double C = (1.0 + X * X / 4.0) / (1.0 - X);
-  const double D = (0.375 * (X * X) - 1.0) * X;
-  const double S = 1.0 - e - e;
-  const double dist =
-      C * (y + ((((4.0 * (sy * sy) - 3.0) * S * cz * D / 6.0 - e * cy) * D / 4.0 +
-                 cz) * sy * D)) * a * r;
-  return {dist, h12, h21, pass};
+    t1 = cos_u2 * std::sin(lambda);
+    t2 = cs - sin_u1 * cos_u2 * std::cos(lambda);
+    const double sin_s = std::sqrt(t1 * t1 + t2 * t2),
+                 cos_s = cc * std::cos(lambda) + ss,
+                 sigma = std::atan2(sin_s, cos_s);
+    const double sin_a = cc * std::sin(lambda) == 0 && sin_s == 0
+                             ? 1 : cc * std::sin(lambda) / sin_s;
+    const double cos2_a = 1 - sin_a * sin_a;
+    const double cos_2sm = cos2_a > 0 ? -2 * ss / cos2_a + cos_s : 2 * ss;
+    const double e = 2 * (cos_2sm * cos_2sm) - 1;
+    const double c = ((-3 * cos2_a + 4) * f + 4) * cos2_a * f / 16;
+    previous = lambda;
+    lambda = ((c * (e * cos_s) + cos_2sm) * sin_s * c + sigma) * sin_a *
+                 (1 - c) * f + l2 - l1;
+  } while (std::fabs(previous - lambda) > 2.22507e-16 && ++pass < 200);
+  const double az = std::atan2(t1, t2) * 57.29577951308232;
+  return {az < 0 ? az + 360 : az, pass};
 }
 
-// Pairs whose passes alternate between two values stop early once the
-// repeat is seen, with the values the pass limit would have given.
+// Some pairs far apart in longitude alternate between two values of lambda
+// for ever; the earth model stops once it sees the repeat, on the state the
+// pass limit would end with.
 TEST(Inverse, AlternatingPairsEndAsAtThePassLimit) {
-  CEarth earth(CEarth::WGS_84);
+  const CEarth earth(CEarth::WGS_84);
   const double a = earth.GetEquatorialRadiusInMeters();
-  const double f = std::fabs(a - earth.GetPolarRadiusInMeters()) / a;
+  const double f = (a - earth.GetPolarRadiusInMeters()) / a;
   std::mt19937_64 rng(20261123);
   std::uniform_real_distribution<double> lat(-89.0, 89.0), lon(-180.0, 180.0);
   int alternating = 0;
   for (int n = 0; n < 20000; ++n) {
     const double la1 = lat(rng), lo1 = lon(rng), la2 = lat(rng), lo2 = lon(rng);
-    const PlainInverse ref = plain_inverse(la1, lo1, la2, lo2, a, f);
-    if (ref.passes < 200) continue;
+    const auto [az, passes] =
+        azimuth_at_pass_limit(la1, lo1, la2, lo2, f);
+    if (passes < 200) continue;
     ++alternating;
-    const Inverse r = inverse(earth, la1, lo1, la2, lo2);
-    EXPECT_EQ(r.s, ref.distance);
-    EXPECT_EQ(r.az1, ref.heading_12);
-    EXPECT_EQ(r.az2, ref.heading_21);
+    EXPECT_EQ(inverse(earth, la1, lo1, la2, lo2).az1, az) << la1 << " " << lo1;
   }
   EXPECT_GE(alternating, 5);
 }
@@ -228,38 +206,14 @@ TEST(Inverse, MatchesGeographicLibOnRandomPairs) {
   }
 }
 
-TEST(Direct, InvertsTheReferenceCases) {
-  CEarth earth(CEarth::WGS_84);
-  const struct {
-    double lat1, lon1, s, az, lat2, lon2;
-  } cases[] = {
-      {0, 0, 111319.491, 90, 0, 1},
-      {50, 10, 1113225.778, 0, 60, 10},
-      {67.8, 20.4, 988026.335, 188.0553159, 59.0, 18.0},
-      {33.3, -44.4, 0.0, 123, 33.3, -44.4},
-  };
-  for (const auto& c : cases) {
-    CPolarCoordinate end = polar(0, 0, 7.0);
-    earth.AddSurfaceDistanceAndDirectionToCoordinate(polar(c.lat1, c.lon1),
-                                                     c.s, c.az, end);
-    EXPECT_NEAR(end.GetUpDownAngleInDegrees(), c.lat2, 1e-8);
-    EXPECT_NEAR(end.GetLeftRightAngleInDegrees(), c.lon2, 1e-8);
-    EXPECT_EQ(end.GetDistanceFromSurfaceInMeters(), 7.0);  // left alone
-  }
-
-  // Line-of-sight variant on a sphere: the chord 2a sin(0.5 deg) between
-  // two surface points is the arc of one degree.
-  CEarth sphere(CEarth::Perfect_Sphere);
-  CPolarCoordinate end;
-  sphere.AddLineOfSightDistanceAndDirectionToCoordinate(
-      polar(0, 0), 2.0 * 6378137.0 * std::sin(0.5 * 0.017453292519943295), 90, end, 0);
-  EXPECT_NEAR(end.GetUpDownAngleInDegrees(), 0.0, 1e-12);
-  EXPECT_NEAR(end.GetLeftRightAngleInDegrees(), 1.0, 1e-9);
-}
-
+// The direct problem on an ellipsoid given by a and f; the height of the end
+// point is left as it was.
 TEST(Direct, MatchesGeographicLibOnRandomStarts) {
-  CEarth earth(CEarth::WGS_84);
-  const GeographicLib::Geodesic& reference = GeographicLib::Geodesic::WGS84();
+  CEarth earth;
+  earth.SetEllipsoidByEquatorialRadiusAndFlattening(6378388.0, 1 / 297.0);
+  EXPECT_STREQ(earth.GetEllipsoidName(), "Custom");
+  EXPECT_NEAR(earth.GetPolarRadiusInMeters(), 6356911.946128, 5e-7);
+  const GeographicLib::Geodesic reference(6378388.0, 1 / 297.0);
   std::mt19937_64 rng(7u);
   std::uniform_real_distribution<double> lat(-89.9, 89.9), lon(-180, 180),
       az(0, 360), s(0, 1.5e7);
@@ -267,42 +221,31 @@ TEST(Direct, MatchesGeographicLibOnRandomStarts) {
     const double lat1 = lat(rng), lon1 = lon(rng), azi = az(rng), s12 = s(rng);
     double lat2, lon2;
     reference.Direct(lat1, lon1, azi, s12, lat2, lon2);
-    CPolarCoordinate end;
+    CPolarCoordinate end = polar(0, 0, 7.0);
     earth.AddSurfaceDistanceAndDirectionToCoordinate(polar(lat1, lon1), s12,
                                                      azi, end);
     ASSERT_NEAR(end.GetUpDownAngleInDegrees(), lat2, 1e-8) << i;
     ASSERT_LT(angle_gap(end.GetLeftRightAngleInDegrees(), lon2), 1e-8) << i;
+    ASSERT_EQ(end.GetDistanceFromSurfaceInMeters(), 7.0) << i;
   }
 }
 
-TEST(Convert, FixedPointsAndGeographicLib) {
-  const CEarth earth(CEarth::WGS_84);
-  CEarthCoordinate c;
-  const struct {
-    double lat, lon, x, y, z;
-  } fixed[] = {{0, 0, 6378137.0, 0, 0},
-               {90, 0, 0, 0, 6356752.314245179},
-               {0, 90, 0, 6378137.0, 0}};
-  for (const auto& f : fixed) {
-    earth.Convert(polar(f.lat, f.lon), c);
-    EXPECT_NEAR(c.GetXCoordinateInMeters(), f.x, 1e-6) << f.lat << "," << f.lon;
-    EXPECT_NEAR(c.GetYCoordinateInMeters(), f.y, 1e-9) << f.lat << "," << f.lon;
-    EXPECT_NEAR(c.GetZCoordinateInMeters(), f.z, 1e-6) << f.lat << "," << f.lon;
-  }
-
-  CPolarCoordinate p;
-  c.Set(0, 0, 6400000.0);
-  earth.Convert(c, p);
-  EXPECT_EQ(p.GetUpDownAngleInDegrees(), 90.0);
-  EXPECT_EQ(p.GetLeftRightAngleInDegrees(), 0.0);
-
-  const GeographicLib::Geocentric& reference =
-      GeographicLib::Geocentric::WGS84();
+// Geodetic to earth-centred and back, on an ellipsoid given by its radii.
+// The way back may give up on a point whose iteration alternates (it then
+// returns 0, 0, 0), but only rarely.
+TEST(Convert, MatchesGeographicLibBothWays) {
+  CEarth earth;
+  earth.SetEllipsoidByRadii(6378388.0, 6356911.946128);
+  EXPECT_STREQ(earth.GetEllipsoidName(), "Custom");
+  const GeographicLib::Geocentric reference(6378388.0,
+                                            (6378388.0 - 6356911.946128) / 6378388.0);
   std::mt19937_64 rng(99u);
   std::uniform_real_distribution<double> lat(-90, 90), lon(-180, 180),
       h(-100, 10000);
   int given_up = 0, near_pole = 0;
   const int n = 4000;
+  CEarthCoordinate c;
+  CPolarCoordinate p;
   for (int i = 0; i < n; ++i) {
     const double lat0 = lat(rng), lon0 = lon(rng), h0 = h(rng);
     double x, y, z;
@@ -317,7 +260,7 @@ TEST(Convert, FixedPointsAndGeographicLib) {
     if (p.GetUpDownAngleInDegrees() == 0.0 &&
         p.GetLeftRightAngleInDegrees() == 0.0 &&
         p.GetDistanceFromSurfaceInMeters() == 0.0) {
-      ++given_up;  // the iteration alternated and was abandoned
+      ++given_up;
       continue;
     }
     if (std::fabs(lat0) > 45.0001) ++near_pole;  // height from Z / sin phi
@@ -327,66 +270,39 @@ TEST(Convert, FixedPointsAndGeographicLib) {
   }
   EXPECT_LT(given_up, n / 100);
   EXPECT_GT(near_pole, n / 4);
+  // A sphere chosen after an ellipsoid, both ways: the pole lies at the radius.
+  for (bool by_id : {true, false}) {
+    earth.SetEllipsoidByRadii(6378388.0, 6356911.946128);
+    by_id ? earth.SetEllipsoid(CEarth::Perfect_Sphere)
+          : earth.SetEllipsoidByEquatorialRadiusAndFlattening(6378137.0, 0);
+    earth.Convert(polar(90, 0), c);
+    EXPECT_NEAR(c.GetZCoordinateInMeters(), 6378137.0, 1e-6) << by_id;
+  }
 }
 
-TEST(LineOfSight, ChordHorizonAndCourse) {
-  const CEarth earth(CEarth::WGS_84);
-  // Polar overloads go through Convert: a chord along the equator.
-  EXPECT_NEAR(earth.GetLineOfSightDistance(polar(0, 0), polar(0, 90)),
-              6378137.0 * std::sqrt(2.0), 1e-6);
-
-  EXPECT_NEAR(earth.GetDistanceToHorizon(polar(10, 10, 100.0)), 41.23, 5e-3);
-  CEarthCoordinate high;
-  earth.Convert(polar(10, 10, 100.0), high);
-  EXPECT_NEAR(earth.GetDistanceToHorizon(high), std::sqrt(1700.0), 1e-6);
-
-  CEarthCoordinate here, a, b;
+// Straight lines on a sphere: the chord 2a sin(0.5 deg) between two surface
+// points one degree apart (both ways), the rule-of-thumb horizon sqrt(17 h)
+// km, and the height of a 3-4-5 triangle over its hypotenuse (Heron). The
+// overloads on earth-centred points convert and use the polar ones.
+TEST(LineOfSight, ChordHorizonCourseAndEarthCentredOverloads) {
+  CEarth sphere(CEarth::Perfect_Sphere);
+  const double chord = 2.0 * 6378137.0 * std::sin(0.5 * 0.017453292519943295);
+  EXPECT_NEAR(sphere.GetLineOfSightDistance(polar(0, 10), polar(0, 11)), chord,
+              1e-6);
+  CPolarCoordinate end;
+  sphere.AddLineOfSightDistanceAndDirectionToCoordinate(polar(0, 10), chord, 90,
+                                                        end, 0);
+  EXPECT_NEAR(end.GetLeftRightAngleInDegrees(), 11.0, 1e-9);
+  CEarthCoordinate e10, e11, out;
+  sphere.Convert(polar(0, 10), e10), sphere.Convert(polar(0, 11), e11);
+  EXPECT_NEAR(sphere.GetSurfaceDistance(e10, e11), 111319.491, 1e-3);
+  sphere.AddSurfaceDistanceAndDirectionToCoordinate(e10, 111319.491, 90, out);
+  EXPECT_NEAR(out.GetYCoordinateInMeters(), e11.GetYCoordinateInMeters(), 1e-3);
+  CEarthCoordinate high, here, a, b;
+  sphere.Convert(polar(10, 10, 100.0), high);
+  EXPECT_NEAR(sphere.GetDistanceToHorizon(high), std::sqrt(1700.0), 1e-6);
   a.Set(3, 0, 0), b.Set(0, 4, 0);
-  EXPECT_DOUBLE_EQ(earth.GetLineOfSightDistanceFromCourse(here, a, b), 2.4);
-  // On the course the radicand is 0 or slightly negative.
-  here.Set(1.5, 2, 0);
-  const double on = earth.GetLineOfSightDistanceFromCourse(here, a, b);
-  EXPECT_TRUE(on == 0.0 || std::isnan(on)) << on;
-}
-
-// Overloads on earth-centred points reach the polar versions through the
-// virtual table.
-class CountingEarth : public CEarth {
- public:
-  CountingEarth() : CEarth(WGS_84) {}
-  mutable int surface = 0;
-  int direct = 0;
-  using CEarth::AddSurfaceDistanceAndDirectionToCoordinate;
-  using CEarth::GetSurfaceDistance;
-  double GetSurfaceDistance(const CPolarCoordinate& p1, const CPolarCoordinate& p2,
-                            double* h1, double* h2) const override {
-    return ++surface, CEarth::GetSurfaceDistance(p1, p2, h1, h2);
-  }
-  void AddSurfaceDistanceAndDirectionToCoordinate(const CPolarCoordinate& p1, double s,
-                                                  double az, CPolarCoordinate& p2) override {
-    ++direct, CEarth::AddSurfaceDistanceAndDirectionToCoordinate(p1, s, az, p2);
-  }
-};
-
-TEST(Delegation, EarthCentredOverloadsUseThePolarVersions) {
-  CountingEarth earth;
-  CEarthCoordinate e1, e2, out;
-  CPolarCoordinate polar_out;
-  earth.Convert(polar(50, 10), e1), earth.Convert(polar(60, 10), e2);
-  double az1 = -1, az2 = -1;
-  EXPECT_NEAR(earth.GetSurfaceDistance(e1, e2, &az1, &az2), 1113225.778, 5e-4);
-  EXPECT_NEAR(az2, 180.0, 1e-9);
-  earth.GetSurfaceDistance(e1, polar(60, 10));
-  earth.GetSurfaceDistance(polar(50, 10), e2);
-  EXPECT_EQ(earth.surface, 3);
-
-  earth.AddSurfaceDistanceAndDirectionToCoordinate(e1, 1113225.778, 0, out);
-  EXPECT_NEAR(out.GetZCoordinateInMeters(), e2.GetZCoordinateInMeters(), 1e-3);
-  earth.AddSurfaceDistanceAndDirectionToCoordinate(e1, 1e3, 0, polar_out);
-  earth.AddSurfaceDistanceAndDirectionToCoordinate(polar(50, 10), 1e3, 0, out);
-  earth.AddLineOfSightDistanceAndDirectionToCoordinate(polar(50, 10), 1e3, 0,
-                                                       polar_out, 0);
-  EXPECT_EQ(earth.direct, 4);
+  EXPECT_DOUBLE_EQ(sphere.GetLineOfSightDistanceFromCourse(here, a, b), 2.4);
 }
 
 // Every iteration ends for any input: a grid of awkward values (poles, the
@@ -394,7 +310,6 @@ TEST(Delegation, EarthCentredOverloadsUseThePolarVersions) {
 // inverse and direct problems and the conversions. The test's time limit
 // catches a loop that does not end; the grid also runs under the sanitizers.
 TEST(Bounded, AwkwardInputsReturn) {
-  const double inf = std::numeric_limits<double>::infinity();
   const double values[] = {0,    0.5,   -90,    90,  179.5, 180, -180,
                            1000, 1e300, -1e308, inf, -inf,  NAN, 1e-300};
   CEarth earth(CEarth::WGS_84);

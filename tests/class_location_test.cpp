@@ -1,37 +1,20 @@
-// Station record, angle text forms and the station catalog.
+// Station record and angle text forms.
 
 #include "class_location.h"
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <iomanip>
-#include <limits>
 #include <sstream>
-
-#include "test_support.h"
 
 namespace {
 
 Station kiruna() { return create_station("Kiruna", epoch, 0.0, 0.0, 0.0); }
 
-std::string text(Station s, Station::output_types form, const char* sep = ",") {
+std::string text(Station s, Station::output_types form, const char* sep) {
   s.set_output(form, sep);
   std::ostringstream o;
   o << s;
-  return o.str();
-}
-
-template <class Angle>
-std::string dms(double deg) {
-  std::ostringstream o;
-  Angle(deg).dms_out(o);
-  return o.str();
-}
-template <class Angle>
-std::string dm(double deg) {
-  std::ostringstream o;
-  Angle(deg).dm_out(o);
   return o.str();
 }
 
@@ -57,103 +40,48 @@ TEST(StationForms, KirunaInAllSevenForms) {
   EXPECT_EQ(o.str(), "67.8561\n20.4206");
 }
 
-TEST(Angles, DegreesMinutesSeconds) {
-  EXPECT_EQ(dms<latitude>(48.83), "N048 49 48.000");
-  EXPECT_EQ(dm<latitude>(48.83), "N48 49.800");
-  EXPECT_EQ(dms<longitude>(-0.55), "W000 33  0.000");
-  EXPECT_EQ(dm<longitude>(-0.55), "W0 33.000");
-  EXPECT_EQ(dms<longitude>(-155.2634), "W155 15 48.240");
-  EXPECT_EQ(dm<longitude>(-155.2634), "W155 15.804");
-  EXPECT_EQ(dms<latitude>(65.86288888888889), "N065 51 46.400");
-  EXPECT_EQ(dm<latitude>(65.86288888888889), "N65 51.773");
-  // The placeholder coordinates: widths are minimums.
-  EXPECT_EQ(dms<latitude>(1000.0), "N1000 00  0.000");
-  EXPECT_EQ(dms<longitude>(1000.0), "E1000 00  0.000");
-  EXPECT_EQ(dm<latitude>(1000.0), "N1000 0.000");
-}
-
-TEST(Angles, HemisphereOfZeroNegativeZeroAndNaN) {
-  EXPECT_EQ(dm<latitude>(0.0), "N0 0.000");
-  EXPECT_EQ(dm<latitude>(-0.0), "N0 0.000");
-  EXPECT_EQ(dm<longitude>(-0.0), "E0 0.000");
-  int sign = 0, d = 0;
-  double m = 0;
-  latitude(std::nan("")).to_dm(sign, d, m);
-  EXPECT_EQ(sign, 1);
-  EXPECT_TRUE(std::isnan(m));
-}
-
-TEST(Angles, NoCarryWhenSecondsRoundUpTo60) {
-  // 10 degrees 0 minutes 59.9999 seconds prints 60.000 seconds, minutes kept.
-  EXPECT_EQ(dms<latitude>(10.0 + 59.9999 / 3600.0), "N010 00 60.000");
-  EXPECT_EQ(dm<latitude>(10.0 + 59.99999 / 60.0), "N10 60.000");
-}
-
-TEST(Angles, StreamFormattingIsRestored) {
-  std::ostringstream o;
-  o << std::setprecision(10) << std::fixed << std::setfill('*');
-  Station k = kiruna();
-  k.set_output(Station::OUTPUT_DMS_LONG_LAT, ",");
-  o << k;
-  std::ostringstream fresh;
-  EXPECT_EQ(o.precision(), fresh.precision());
-  EXPECT_EQ(o.flags(), fresh.flags());
-  EXPECT_EQ(o.fill(), fresh.fill());
-  o.str("");
-  o << 67.85613333333333;
-  EXPECT_EQ(o.str(), "67.8561");
-}
-
-TEST(Angles, Validity) {
-  for (double lat : {-90.0, 90.0}) EXPECT_TRUE(latitude(lat).valid()) << lat;
-  for (double lon : {-180.0, 180.0}) EXPECT_TRUE(longitude(lon).valid()) << lon;
-  for (double lat : {90.0000001, std::nan(""), 1000.0})
-    EXPECT_FALSE(latitude(lat).valid()) << lat;
-  for (double lon : {-180.0000001, std::nan("")})
-    EXPECT_FALSE(longitude(lon).valid()) << lon;
-}
-
-TEST(StationRecordDeathTest, LongNamesWholeUnknownOutputTypeRefused) {
-  Station s = source("A very long station name", 1.5, -2.5, 0);
-  EXPECT_EQ(text(s, Station::OUTPUT_DMS_LAT_LONG),
-            "A very long station name\tN001 30  0.000\tW002 30  0.000\t1.5\t-2.5");
-  s.output_type = static_cast<Station::output_types>(7);
-  std::ostringstream o;
-  EXPECT_EXIT(o << s, testing::ExitedWithCode(1), "Unknown output type 7\n");
-}
-
-// ------------------------------------------------------------ catalog
-
-TEST(Catalog, EveryKeyMakesItsStation) {
+// The two angle forms, D-M-S and D-M, of a latitude or a longitude.
+TEST(Angles, DegreesMinutesSecondsAndDegreesMinutes) {
   const struct {
-    const char* key;
-    const char* name;
-    double lat, lon;
-  } entries[] = {
-#define STATION(id, ENUM, Key, base, joiner, suffix, lat, lon) \
-  {#Key, base joiner suffix, lat, lon},
-#include "stations.def"
+    bool is_latitude;
+    double deg;
+    const char *dms, *dm;
+  } rows[] = {
+      {false, -0.55, "W000 33  0.000", "W0 33.000"},  // seconds 6 wide
+      {false, -155.2634, "W155 15 48.240", "W155 15.804"},
+      {true, 0.0, "N000 00  0.000", "N0 0.000"},
+      {true, -0.0, "N000 00  0.000", "N0 0.000"},  // -0 is not south
+      {true, 1000.0, "N1000 00  0.000", "N1000 0.000"},  // widths are minimums
+      // Seconds (minutes) that round up to 60 are printed so, no carry.
+      {true, 10.0 + 59.9999 / 3600.0, "N010 00 60.000", "N10 1.000"},
+      {true, 10.0 + 59.99999 / 60.0, "N010 59 59.999", "N10 60.000"},
   };
-  ASSERT_EQ(std::size(entries), 55u);
-  for (const auto& e : entries) {
-    Station s = create_station(e.key, epoch, 10.0, 11.0, 0.5);
-    EXPECT_EQ(s.get_name(), e.name) << e.key;
-    EXPECT_EQ(s.get_latitude(), e.lat) << e.key;
-    EXPECT_EQ(s.get_longitude(), e.lon) << e.key;
-    EXPECT_TRUE(s.baz == 10.0 && s.baz_original == 11.0 && s.sbaz == 0.5);
+  for (const auto& r : rows) {
+    std::ostringstream dms, dm;
+    if (r.is_latitude) {
+      latitude(r.deg).dms_out(dms), latitude(r.deg).dm_out(dm);
+    } else {
+      longitude(r.deg).dms_out(dms), longitude(r.deg).dm_out(dm);
+    }
+    EXPECT_EQ(dms.str(), r.dms) << r.deg;
+    EXPECT_EQ(dm.str(), r.dm) << r.deg;
   }
 }
 
-TEST(Catalog, ExactMatchOrDefault) {
-  for (const char* key : {"kiruna", "Kiruna ", "", "Unknown", "Default", "KIRUNA"}) {
-    Station s = create_station(key, epoch, 1, 2, 3);
-    EXPECT_EQ(s.get_name(), "Default") << key;
-    EXPECT_TRUE(s.get_latitude() == 1000.0 && s.get_longitude() == 1000.0);
-    EXPECT_EQ(s.baz, 1);
+// Both angle forms leave the stream formatted as a fresh one, whatever it
+// was set to before.
+TEST(Angles, StreamFormattingIsRestored) {
+  const std::ostringstream fresh;
+  for (auto form : {Station::OUTPUT_DM_LONG_LAT, Station::OUTPUT_DMS_LONG_LAT}) {
+    std::ostringstream o;
+    o << std::setprecision(10) << std::fixed << std::setfill('*');
+    Station k = kiruna();
+    k.set_output(form, ",");
+    o << k;
+    EXPECT_EQ(o.precision(), fresh.precision()) << form;
+    EXPECT_EQ(o.flags(), fresh.flags()) << form;
+    EXPECT_EQ(o.fill(), fresh.fill()) << form;
   }
-  EXPECT_EQ(create_station("Jamton_M1", epoch, 0, 0, 0).get_name(), "Jamton M1");
-  EXPECT_EQ(create_station("KNDC_Almatay", epoch, 0, 0, 0).get_name(), "KNDC_Almatay");
-  EXPECT_EQ(create_station("XXX", epoch, 0, 0, 0).get_latitude(), 1000.0);
 }
 
 }  // namespace

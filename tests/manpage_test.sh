@@ -28,14 +28,11 @@ missing=$(comm -13 <(echo "$documented") <(echo "$options"))
 [[ -z $missing ]] || fail "options not documented:" $missing
 unknown=$(comm -23 <(echo "$documented") <(echo "$options") | grep -vx -e disp -e kiruna1)
 [[ -z $unknown ]] || fail "documented options the program lacks:" $unknown
-(($(echo "$options" | wc -l) == 97)) || fail "expected 97 long options"
 
 # Catalog: one row per station, named as the station listing names them
 # (the listing shows Default first and last), at the listing's coordinates
 # (6 significant digits there, 5 decimals here).
 catalog=$(sed -n '/^Option|Name|/,/^\.TE/p' "$page" | grep '^\\-\\-' | sed 's/\\-/-/g')
-rows=$(grep -c . <<<"$catalog")
-((rows == 55)) || fail "catalog has $rows rows, expected 55"
 listing=$("$vestra" --display | tail -n +2)
 listed=$(cut -f1 <<<"$listing" | sed 's/ *$//')
 tabled=$(cut -d'|' -f2 <<<"$catalog")

@@ -5,25 +5,40 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <climits>
 #include <cmath>
 #include <limits>
+#include <sstream>
 #include <utility>
 #include <vector>
 
+#include "distance.h"
+#include "output.h"
 #include "test_support.h"
 
 namespace {
 
 using testing::ExitedWithCode;
 
+// The program name is lower-cased; the help text keeps the case.
 TEST(ProgramName, LowerCasedWithoutDirectoryAndExtension) {
-  const std::pair<const char*, const char*> rows[] = {
-      {"/usr/local/bin/Vestra.exe", "vestra"}, {"C:\\Tools\\VESTRA.EXE", "vestra"},
-      {"./a.b.c", "a.b"}, {"dir.d/prog", "prog"}, {"", ""}};
-  for (const auto& [arg0, name] : rows) {
-    char* argv[] = {const_cast<char*>(arg0), nullptr};
-    EXPECT_EQ(program_name(gsl::span<char*>(argv, 1)), name) << arg0;
+  const struct {
+    const char *arg0, *name, *in_help;
+  } rows[] = {{"/usr/local/bin/Vestra.exe", "vestra", "Vestra"},
+              {"C:\\Tools\\VESTRA.EXE", "vestra", "VESTRA"},
+              {"./a.b.c", "a.b", "a.b"},
+              {"dir.d/prog", "prog", "prog"},
+              {"", "", ""}};
+  for (const auto& r : rows) {
+    char* argv[] = {const_cast<char*>(r.arg0), nullptr};
+    EXPECT_EQ(program_name(gsl::span<char*>(argv, 1)), r.name) << r.arg0;
+    testing::internal::CaptureStdout();
+    usage(r.arg0);
+    EXPECT_NE(testing::internal::GetCapturedStdout().find(
+                  std::string("Usage:\n    ") + r.in_help + " --station1="),
+              std::string::npos)
+        << r.arg0;
   }
   EXPECT_EXIT(program_name(gsl::span<char*>()), ExitedWithCode(1),
               "^Error: no program name in the argument vector\n$");
@@ -73,6 +88,7 @@ TEST(NumbersDeathTest, RefusedTable) {
       {"inf", "is not a finite number"}, {"-infinity", "is not a finite number"},
       {"-nan", "is not a finite number"}, {"NAN", "is not a finite number"},
   };
+  errno = ERANGE;  // left over from an earlier call: must not count
   for (const auto& [text, why] : rows)
     EXPECT_EXIT(read_double(text, "--sbaz"), ExitedWithCode(1),
                 std::string("^Error: --sbaz: \"") + text + "\" " + why + "\n$")
@@ -89,6 +105,8 @@ TEST(NumbersDeathTest, LongValueIsCutInTheMessage) {
               ExitedWithCode(1), "\\(1048576 bytes\\) is not a number");
   EXPECT_EXIT(read_double(std::string(100, '#'), "--angle"), ExitedWithCode(1),
               "\"\\.\\.\\. \\(100 bytes\\) is");
+  EXPECT_EXIT(read_double(std::string(64, '#'), "--angle"), ExitedWithCode(1),
+              "#\" is not a number\n$");  // 64 bytes: shown whole
   bool overflow = false;
   EXPECT_EQ(read_long(digits, "--ellipsoid", &overflow), LONG_MAX);
   EXPECT_TRUE(overflow);
@@ -99,6 +117,7 @@ TEST(NumbersDeathTest, EllipsoidDigitsOnly) {
       {"12.9", 12}, {"1e1", 1}, {"0x19", 0}, {"+7", 7}, {" -12xyz", -12}};
   for (const auto& [text, value] : rows) {
     bool overflow = true;
+    errno = ERANGE;  // left over from an earlier call: must not count
     EXPECT_EQ(read_long(text, "x", &overflow), value) << text;
     EXPECT_FALSE(overflow) << text;
   }
@@ -109,16 +128,43 @@ TEST(NumbersDeathTest, EllipsoidDigitsOnly) {
         << bad;
 }
 
-TEST(SmallHelpers, XxxBoundsAndFuzzOffsets) {
-  EXPECT_TRUE(validate(-90.0, -90.0, 90.0));
-  EXPECT_TRUE(validate(90.0, -90.0, 90.0));
-  EXPECT_FALSE(validate(90.5, -90.0, 90.0));
-  EXPECT_FALSE(validate(std::nan(""), -90.0, 90.0));
-  const std::pair<std::size_t, double> offsets[] = {
-      {0, 0.0}, {5, 0.3}, {6, -0.3}, {37, 1.9}, {38, -1.9}};
-  for (const auto& [index, offset] : offsets)
-    EXPECT_EQ(fuzz_offset(index), offset) << index;
+// 0, then +k/10 and -k/10 for k = 1..19 (k / 10.0 is the double nearest
+// k/10, the division being correctly rounded).
+TEST(SmallHelpers, FuzzOffsets) {
+  EXPECT_EQ(fuzz_offset(0), 0.0);
+  for (std::size_t k = 1; k <= 19; ++k) {
+    EXPECT_EQ(fuzz_offset(2 * k - 1), k / 10.0) << k;
+    EXPECT_EQ(fuzz_offset(2 * k), -(k / 10.0)) << k;
+  }
   EXPECT_THROW(fuzz_offset(39), std::out_of_range);
+}
+
+// The settings as the process starts with them, taken before any test runs.
+const struct {
+  int debug, do_log, show_allstations, use_norsar;
+  double tolerance, sbaz;
+  location_method method;
+  CEarth::_EllipsoidType ellipsoid;
+} start_up{debug,          do_log,       show_allstations,   use_norsar,
+           acceptable_deviation, default_sbaz, calculate_location, ellipsoid};
+
+TEST(Settings, ResetPutsBackTheStartUpValues) {
+  debug = do_log = show_allstations = use_norsar = 7;
+  acceptable_deviation = default_sbaz = 7;
+  calculate_location = nullptr;
+  ellipsoid = CEarth::Airy;
+  earth.SetEllipsoid(CEarth::Airy);
+  new_stations.push_back(source("A", 1, 2, 3));
+  reset_settings();
+  EXPECT_TRUE(debug == start_up.debug && do_log == start_up.do_log &&
+              show_allstations == start_up.show_allstations &&
+              use_norsar == start_up.use_norsar);
+  EXPECT_TRUE(acceptable_deviation == start_up.tolerance &&
+              default_sbaz == start_up.sbaz);
+  EXPECT_TRUE(calculate_location == start_up.method &&
+              ellipsoid == start_up.ellipsoid);
+  EXPECT_STREQ(earth.GetEllipsoidName(), "WGS_84");
+  EXPECT_TRUE(new_stations.empty());
 }
 
 class Sources : public testing::Test {
@@ -127,6 +173,21 @@ class Sources : public testing::Test {
   void TearDown() override { reset_settings(); }
   const Station& last() const { return new_stations.back(); }
 };
+
+// --xxx-lat and --xxx-long refuse a value just beyond their bounds; the
+// bounds themselves are accepted (golden case xxx_bounds_accepted).
+using XxxDeathTest = Sources;
+TEST_F(XxxDeathTest, JustBeyondTheBoundsIsRefused) {
+  for (std::string option : {"--xxx-lat=90.000001", "--xxx-lat=-90.000001",
+                             "--xxx-long=180.000001", "--xxx-long=-180.000001"}) {
+    std::string words[] = {"vestra", "-x", "10", option};
+    char* argv[] = {words[0].data(), words[1].data(), words[2].data(),
+                    words[3].data(), nullptr};
+    EXPECT_EXIT(vestra_main(4, argv), ExitedWithCode(1),
+                "\n" + option.substr(option.find('=') + 1) + " out of range")
+        << option;
+  }
+}
 
 // Station values: azimuth, then the first ":" after it starts the sd.
 TEST_F(Sources, StationAzimuthAndDeviation) {
@@ -165,7 +226,7 @@ TEST_F(Sources, NewStationDeviationField) {
   for (const auto& [value, sd] : rows) {
     new_station(value);
     EXPECT_EQ(last().sbaz, sd) << value;
-    EXPECT_EQ(last().baz_original, 3.0) << value;
+    EXPECT_TRUE(last().baz == 3.0 && last().baz_original == 3.0) << value;
   }
 }
 
@@ -195,17 +256,22 @@ struct Trials {
   static inline std::vector<std::pair<double, double>> seen;
   static inline double lat = 0, lon = 0;
   static inline int code = 0;
+  // When set, the location is given only for this offset of station 1's
+  // bearing, and is not a number for any other.
+  static inline double only_at = NAN;
   static int method(const Station& s1, const Station& s2, Station& loc) {
     seen.emplace_back(s1.baz, s2.baz);
     if (code == 0) {
-      loc.set_latitude(lat);
+      const bool here = std::isnan(only_at) ||
+                        std::fabs(s1.baz - s1.baz_original - only_at) < 1e-9;
+      loc.set_latitude(here ? lat : NAN);
       loc.set_longitude(lon);
     }
     return code;
   }
   static void reset(double la, double lo, int c) {
     seen.clear();
-    lat = la, lon = lo, code = c;
+    lat = la, lon = lo, code = c, only_at = NAN;
     calculate_location = method;
   }
 };
@@ -216,51 +282,53 @@ class Search : public Sources {
   bool flag1 = true, flag2 = true;
 };
 
-TEST_F(Search, FoldedDifferenceAgainstTheTolerance) {
-  // The heading from (0, 0) to this point is about 350 degrees; a bearing of
-  // 10 differs from it by 20 after the fold.
-  Station s1 = source("A", 0.0, 0.0, 10.0), s2 = source("B", 0.0, 0.0, 10.0);
-  loc.set_latitude(10.0);
-  loc.set_longitude(-1.77);
-  EXPECT_TRUE(check_az(s1, s2, loc, flag1, flag2));
-  acceptable_deviation = 19.0;
-  EXPECT_FALSE(check_az(s1, s2, loc, flag1, flag2));
-  EXPECT_FALSE(flag1 || flag2);
-  // A NaN heading disagrees whatever the tolerance.
-  acceptable_deviation = 1e300;
-  loc.set_latitude(std::nan(""));
-  EXPECT_FALSE(check_az(s1, s2, loc, flag1, flag2));
+// The heading from (0, 0) to (0, 10) is exactly 90 degrees, and to (10, 0)
+// exactly 0: a bearing differing from it by exactly the tolerance is
+// accepted, after the difference is folded into [0, 180].
+TEST_F(Search, DifferenceUpToTheToleranceAgrees) {
+  const struct {
+    double lat, lon, baz1, baz2, tolerance;
+    bool flag1, flag2;
+  } rows[] = {
+      {0, 10, 100, 80, 10, true, true},   {0, 10, 100, 80, 9.5, false, false},
+      {0, 10, 270.5, 80, 179.5, true, true},
+      {0, 10, 270.5, 80, 179, false, true},
+      {10, 0, 350, 10, 10, true, true},   {10, 0, 350, 12, 10, true, false},
+      {NAN, 0, 0, 0, 1e300, false, false},  // a NaN heading disagrees
+  };
+  for (const auto& r : rows) {
+    Station s1 = source("A", 0, 0, r.baz1), s2 = source("B", 0, 0, r.baz2);
+    loc.set_latitude(r.lat);
+    loc.set_longitude(r.lon);
+    acceptable_deviation = r.tolerance;
+    const bool agreed = check_az(s1, s2, loc, flag1, flag2);
+    EXPECT_TRUE(agreed == (r.flag1 && r.flag2) && flag1 == r.flag1 &&
+                flag2 == r.flag2)
+        << r.baz1 << " " << r.baz2 << " " << r.tolerance;
+  }
 }
 
-TEST_F(Search, TrialOrderOuterStationOneInnerStationTwo) {
-  Station s1 = source("A", 60, 10, 100), s2 = source("B", 61, 12, 200);
-  Trials::reset(std::nan(""), 0, 0);  // never confirmed
-  EXPECT_FALSE(test_angle_fuzz(0, 3, s1, s2, loc, flag1, flag2));
-  ASSERT_EQ(Trials::seen.size(), 9u);
-  EXPECT_EQ(Trials::seen[0], std::make_pair(100.0, 200.0));
-  EXPECT_EQ(Trials::seen[1], std::make_pair(100.0, 200.1));
-  EXPECT_EQ(Trials::seen[2], std::make_pair(100.0, 199.9));
-  EXPECT_EQ(Trials::seen[3], std::make_pair(100.1, 200.0));
-  EXPECT_EQ(Trials::seen[8], std::make_pair(99.9, 199.9));
-  // The working bearings keep the last trial; the measured ones never change.
-  EXPECT_EQ(s1.baz, 99.9);
-  EXPECT_EQ(s1.baz_original, 100.0);
-  EXPECT_EQ(s2.baz_original, 200.0);
-}
-
+// The first trial ends the search, confirmed, or refused for good when the
+// crossing lies more than a quarter circle from either station (exactly a
+// quarter circle is not more).
 TEST_F(Search, EarlyExits) {
-  // The first confirmed trial ends the search.
-  Station s1 = source("A", 60, 10, 90), s2 = source("B", 60, 12, 270);
-  Trials::reset(60.01, 11, 0);  // between the two, on both bearings
-  EXPECT_TRUE(test_angle_fuzz(0, 11, s1, s2, loc, flag1, flag2));
-  EXPECT_EQ(Trials::seen.size(), 1u);
-  EXPECT_TRUE(flag1 && flag2);
-  // A crossing beyond a quarter circle stops at once, refused.
-  Station e1 = source("A", 0, 0, 90), e2 = source("B", 0, 10, 270);
-  Trials::reset(0, 120, 0);
-  EXPECT_TRUE(test_angle_fuzz(0, 11, e1, e2, loc, flag1, flag2));
-  EXPECT_EQ(Trials::seen.size(), 1u);
-  EXPECT_FALSE(flag1 || flag2);
+  const struct {
+    double lon1, lon2, loc_lat, loc_lon;
+    bool confirmed;
+  } rows[] = {
+      {10, 12, 60.01, 11, true},  // at 60 N: between, on both bearings
+      {0, 180, 0, 90, true},      // on the equator: 90 degrees from both
+      {0, 180, 0, 90.05, false},  // 90.05 from station 1
+      {0, 180, 0, 89.95, false},  // 90.05 from station 2
+  };
+  for (const auto& r : rows) {
+    const double lat = r.loc_lat == 0 ? 0 : 60;
+    Station s1 = source("A", lat, r.lon1, 90), s2 = source("B", lat, r.lon2, 270);
+    Trials::reset(r.loc_lat, r.loc_lon, 0);
+    EXPECT_TRUE(test_angle_fuzz(0, 11, s1, s2, loc, flag1, flag2));
+    EXPECT_EQ(Trials::seen.size(), 1u) << r.loc_lon;
+    EXPECT_TRUE(flag1 == r.confirmed && flag2 == r.confirmed) << r.loc_lon;
+  }
 }
 
 TEST_F(Search, IdenticalStationsAreRefusedWithoutATrial) {
@@ -279,14 +347,67 @@ TEST_F(Search, MethodErrorsLeaveTheFlagsAndTryEveryOffset) {
   Station s1 = source("A", 0, 0, 90), s2 = source("B", 0, 10, 270);
   Trials::reset(0, 5, 10);
   flag1 = false;
+  debug = 1;
+  testing::internal::CaptureStderr();
   EXPECT_FALSE(test_angle_fuzz(11, 21, s1, s2, loc, flag1, flag2));
+  const std::string err = testing::internal::GetCapturedStderr();
   EXPECT_EQ(Trials::seen.size(), 100u);
+  EXPECT_NE(err.find(":: debug: Got error. Need to retry with new fuzz\n"),
+            std::string::npos);
   EXPECT_FALSE(flag1);
   EXPECT_TRUE(flag2);
   // An empty range makes no trial and returns the flags as they stand.
   flag1 = true;
   EXPECT_TRUE(test_angle_fuzz(5, 5, s1, s2, loc, flag1, flag2));
   EXPECT_EQ(Trials::seen.size(), 100u);
+}
+
+// The pairs in order: a pair that its first range does not confirm is
+// searched over [11, 21), then [21, 39), and the range it ends with is the
+// first one of the next pair. Traced, so results go to the standard output
+// as map arguments and not to the writer.
+TEST_F(Search, RangesWidenAndCarryOverToTheNextPair) {
+  std::string sep, out, err;
+  std::ostringstream unused;
+  output_normal writer(unused, sep);
+  const auto run = [&] {
+    debug = 1;
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    cross_pairs(writer);
+    out = testing::internal::GetCapturedStdout();
+    err = testing::internal::GetCapturedStderr();
+  };
+  const auto count = [](const std::string& text, const std::string& what) {
+    std::size_t n = 0;
+    for (auto at = text.find(what); at != std::string::npos;
+         at = text.find(what, at + 1))
+      ++n;
+    return n;
+  };
+  // Located at the first offset of [11, 21), +0.6: so are the later pairs,
+  // without a wider search.
+  new_stations = {source("A", 60, 10, 90), source("B", 60, 12, 270),
+                  source("C", 60, 12, 270)};
+  Trials::reset(60.01, 11, 0);
+  Trials::only_at = 0.6;
+  run();
+  ASSERT_EQ(Trials::seen.size(), 121u + 3);
+  for (std::size_t i : {121, 122})
+    EXPECT_EQ(Trials::seen[i], std::make_pair(90 + 0.6, 270 + 0.6)) << i;
+  EXPECT_EQ(count(out, "kelvo "), 3u);
+  EXPECT_EQ(count(err, "Doing extended search"), 1u);
+  // Never located (B's and C's bearings point away): the three ranges, and
+  // for the later pairs [21, 39), [11, 21), [21, 39).
+  new_stations[1].baz_original = new_stations[2].baz_original = 90;
+  Trials::reset(60.01, 11, 0);
+  run();
+  ASSERT_EQ(Trials::seen.size(), 545u + 2 * (324 + 100 + 324));
+  EXPECT_EQ(Trials::seen[121], std::make_pair(90 + 0.6, 90 + 0.6));
+  EXPECT_EQ(Trials::seen[221], std::make_pair(90 + 1.1, 90 + 1.1));
+  EXPECT_EQ(Trials::seen[545], std::make_pair(90 + 1.1, 90 + 1.1));
+  EXPECT_EQ(out + unused.str(), "");
+  EXPECT_EQ(count(err, "Doing realy extended search"), 3u);
 }
 
 }  // namespace
