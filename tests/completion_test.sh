@@ -4,8 +4,7 @@
 # Usage: completion_test.sh SCRIPT DOCGEN
 set -u
 script=$1 docgen=$2
-failures=0
-
+source "$(dirname "$0")/check_lib.sh"
 source "$script" || { echo "FAIL: cannot source $script"; exit 1; }
 
 # compopt only works inside a real completion; record its use instead.
@@ -13,33 +12,17 @@ nospace=no
 compopt() { [[ "$*" == "-o nospace" ]] && nospace=yes; return 0; }
 
 # complete_words EXPECTED WORD... : the last WORD is the one being completed.
-complete_words() {
-    local expected=$1
-    shift
-    COMP_WORDS=("$@")
-    COMP_CWORD=$((${#COMP_WORDS[@]} - 1))
-    COMPREPLY=()
-    nospace=no
-    _vestra vestra "${COMP_WORDS[COMP_CWORD]}" "${COMP_WORDS[COMP_CWORD - 1]}"
-    local got="${COMPREPLY[*]}"
-    if [[ $got != "$expected" ]]; then
-        echo "FAIL: [$*] gave [$got], expected [$expected]"
-        failures=$((failures + 1))
-    fi
-}
+complete_words() { nospace=no; complete_with _vestra "$@"; }
 
 expect_nospace() {
-    if [[ $nospace != "$1" ]]; then
-        echo "FAIL: nospace after [${COMP_WORDS[*]}] is $nospace, expected $1"
-        failures=$((failures + 1))
-    fi
+    [[ $nospace == "$1" ]] ||
+        fail "nospace after [${COMP_WORDS[*]}] is $nospace, expected $1"
 }
 
 # Registration, for every program name that the installation provides.
 for name in vestra vestra-norsar; do
     registered=$(complete -p "$name" 2>/dev/null)
-    [[ $registered == *"-F _vestra "* ]] ||
-        { echo "FAIL: complete -p $name: [$registered]"; failures=$((failures + 1)); }
+    [[ $registered == *"-F _vestra "* ]] || fail "complete -p $name: [$registered]"
 done
 
 # Long options: a value-taking option stops at its "=" without a blank.
@@ -61,10 +44,8 @@ complete_words "" vestra --unknown
 COMP_WORDS=(vestra --); COMP_CWORD=1; COMPREPLY=()
 _vestra
 options=$("$docgen" --options | wc -l)
-if ((${#COMPREPLY[@]} != options)); then
-    echo "FAIL: -- offers ${#COMPREPLY[@]} options, expected $options"
-    failures=$((failures + 1))
-fi
+((${#COMPREPLY[@]} == options)) ||
+    fail "-- offers ${#COMPREPLY[@]} options, expected $options"
 
 # --ellipsoid values, as bash splits the words at "=" (the default) ...
 complete_words "2 20 21 22 23 24 25" vestra --ellipsoid = 2
@@ -88,8 +69,4 @@ complete_words "" vestra --display ""
 # Nothing after the end of the options.
 complete_words "" vestra -- --ell
 
-if ((failures)); then
-    echo "$failures completion check(s) failed"
-    exit 1
-fi
-echo "completion checks passed"
+finish completion

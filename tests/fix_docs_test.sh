@@ -5,15 +5,9 @@
 # Usage: fix_docs_test.sh PAGE COMPLETION VESTRA_FIX
 set -u
 page=$1 completion=$2 program=$3
-failures=0
-fail() { echo "FAIL: $*"; failures=$((failures + 1)); }
+source "$(dirname "$0")/check_lib.sh"
 
-out=$(groff -t -man -ww -z "$page" 2>&1)
-[[ -z $out ]] || fail "groff warnings:"$'\n'"$out"
-if command -v man >/dev/null; then
-    out=$(MANWIDTH=80 man --warnings -E UTF-8 -l "$page" 2>&1 >/dev/null)
-    [[ -z $out ]] || fail "man warnings:"$'\n'"$out"
-fi
+page_formats "$page"
 
 options=$("$program" --help | grep -o -- '--[a-z][a-z-]*' | sort -u)
 [[ -n $options ]] || fail "no options in the help text"
@@ -25,16 +19,7 @@ in_page=$(grep -o -- '\\-\\-[a-z][a-z\\-]*[a-z]' "$page" | sed 's/\\-/-/g' |
 
 source "$completion" || { echo "FAIL: cannot source $completion"; exit 1; }
 compopt() { return 0; }
-complete_words() {
-    local expected=$1
-    shift
-    COMP_WORDS=("$@")
-    COMP_CWORD=$((${#COMP_WORDS[@]} - 1))
-    COMPREPLY=()
-    _vestra_fix vestra-fix
-    [[ "${COMPREPLY[*]}" == "$expected" ]] ||
-        fail "[$*] gave [${COMPREPLY[*]}], expected [$expected]"
-}
+complete_words() { complete_with _vestra_fix "$@"; }
 COMP_WORDS=(vestra-fix --) COMP_CWORD=1 COMPREPLY=()
 _vestra_fix
 in_completion=$(printf '%s\n' "${COMPREPLY[@]%=}" | sort -u)
@@ -48,5 +33,4 @@ complete_words "2 20 21 22 23 24 25" vestra-fix --ellipsoid 2
 cd "$(mktemp -d)" && touch events.txt && complete_words "events.txt" vestra-fix --sigma=3 ev
 complete_words "" vestra-fix -- --fo
 
-((failures)) && { echo "$failures check(s) failed"; exit 1; }
-echo "vestra-fix documentation checks passed"
+finish "vestra-fix documentation"

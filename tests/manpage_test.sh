@@ -5,16 +5,9 @@
 # Usage: manpage_test.sh PAGE DOCGEN VESTRA
 set -u
 page=$1 docgen=$2 vestra=$3
-failures=0
-fail() { echo "FAIL: $*"; failures=$((failures + 1)); }
+source "$(dirname "$0")/check_lib.sh"
 
-# Formatting: groff with all warnings, then man-db's own check when present.
-out=$(groff -t -man -ww -z "$page" 2>&1)
-[[ -z $out ]] || fail "groff warnings:"$'\n'"$out"
-if command -v man >/dev/null; then
-    out=$(MANWIDTH=80 man --warnings -E UTF-8 -l "$page" 2>&1 >/dev/null)
-    [[ -z $out ]] || fail "man warnings:"$'\n'"$out"
-fi
+page_formats "$page"
 grep -n '@[A-Z_-]*\(:[A-Za-z0-9_]*\)\?@' "$page" && fail "markers left in the page"
 grep -n 'EXAMPLE-TODO\|example output pending' "$page" && fail "examples left to fill in"
 
@@ -49,8 +42,4 @@ erows=$(sed -n '/^N|Ellipsoid/,/^\.TE/p' "$page" | grep -c '^[0-9]')
 ((erows == 25)) || fail "ellipsoid table has $erows rows, expected 25"
 grep -qx '25|WGS_84 (default)' "$page" || fail "WGS_84 not marked as default"
 
-if ((failures)); then
-    echo "$failures manual page check(s) failed"
-    exit 1
-fi
-echo "manual page checks passed"
+finish "manual page"

@@ -9,14 +9,12 @@
 # regional.geojson and two_events.geojson as vestra-fix wrote them)
 set -u
 map=$1 fixtures=$2 page=$3
-failures=0
-fail() { echo "FAIL: $*"; failures=$((failures + 1)); }
+source "$(dirname "$0")/check_lib.sh"
 # Debian's Python, which has GDAL (gdal-bin depends on it).
 check_png=$(cd "$(dirname "$0")" && pwd)/map/check_png.py
 check_png() { /usr/bin/python3 "$check_png" "$@" || fail "$1"; }
 
-out=$(groff -man -ww -z "$page" 2>&1)
-[[ -z $out ]] || fail "groff warnings: $out"
+page_formats "$page"
 for option in $("$map" --help | grep -o -- '--[a-z]*' | sort -u); do
     grep -q -- "${option//-/'\\-'}" "$page" || fail "$option not in $page"
 done
@@ -69,8 +67,4 @@ refused "GMT failed" --gmt=false "$fixtures/regional.geojson"
 [[ -z $(ls -A "$HOME" "$TMPDIR" | grep -v ':$' | grep .) ]] ||
     fail "left in home or temporary directory: $(ls -AR "$HOME" "$TMPDIR")"
 
-if ((failures)); then
-    echo "$failures map check(s) failed"
-    exit 1
-fi
-echo "map checks passed"
+finish map
