@@ -43,7 +43,7 @@ asan: deps
 bench: deps
 	@sh ./bootstrap --install libbenchmark-dev
 	cmake -S . -B $(BUILD) -DVESTRA_BENCH=ON
-	cmake --build $(BUILD) -j$(JOBS) --target vestra_bench
+	cmake --build $(BUILD) -j$(JOBS) --target vestra_bench fix_catalogue
 	$(BUILD)/bench/vestra_bench $(BENCH_ARGS)
 
 FUZZ_BUILD ?= build-fuzz
