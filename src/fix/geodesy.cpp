@@ -4,11 +4,6 @@
 
 namespace fix {
 
-namespace {
-constexpr double deg2rad = 0.017453292519943295;
-constexpr double rad2deg = 57.29577951308232;
-}  // namespace
-
 double wrap180(double degrees) {
   double r = std::fmod(degrees, 360.0);
   if (r > 180.0) r -= 360.0;

@@ -10,6 +10,11 @@
 
 namespace fix {
 
+/// Degrees to radians and back: pi/180 and 180/pi as doubles, the factors
+/// of CMath's conversions.
+inline constexpr double deg2rad = 0.017453292519943295;
+inline constexpr double rad2deg = 57.29577951308232;
+
 /// An angle (degrees) brought into (-180, 180].
 double wrap180(double degrees);
 /// An angle (degrees) brought into [0, 360).

@@ -16,8 +16,6 @@ namespace fix {
 
 namespace {
 
-constexpr double deg2rad = 0.017453292519943295;
-constexpr double rad2deg = 57.29577951308232;
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 constexpr std::size_t npos = static_cast<std::size_t>(-1);
 

@@ -12,7 +12,6 @@ namespace fix {
 
 namespace {
 
-constexpr double rad2deg = 57.29577951308232;
 constexpr int coordinate_decimals = 7;
 /// Longest step between the points of a drawn geodesic, km.
 constexpr double max_segment_km = 10.0;
