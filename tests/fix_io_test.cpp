@@ -20,7 +20,7 @@
 #include <vector>
 
 #include "fix/iso_time.h"
-#include "fix/run.h"
+#include "fix/program.h"
 #include "fix_synthetic.h"
 #include "run_program.h"
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "fix/run.h"
+#include "fix/program.h"
 
 int main(int argc, char** argv) {
   std::ios::sync_with_stdio(false);
