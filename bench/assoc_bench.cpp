@@ -40,6 +40,10 @@ int main(int argc, char** argv) {
       options.jobs = static_cast<unsigned>(std::atoi(argv[i] + 7));
     else if (std::strncmp(argv[i], "--threshold=", 12) == 0)
       options.threshold = std::atof(argv[i] + 12);
+    else if (std::strncmp(argv[i], "--copies=", 9) == 0)
+      options.copies = static_cast<unsigned>(std::atoi(argv[i] + 9));
+    else if (std::strncmp(argv[i], "--max-false=", 12) == 0)
+      options.max_false = std::atof(argv[i] + 12);
     else if (std::strcmp(argv[i], "--no-locate") == 0)
       locate = false;
     else
@@ -53,7 +57,8 @@ int main(int argc, char** argv) {
     const world::Config c = config(name);
     const world::World w = world::generate(c);
     const auto t0 = std::chrono::steady_clock::now();
-    const std::vector<assoc::Event> events = assoc::associate(w.detections, options);
+    const assoc::Result result = assoc::associate(w.detections, options);
+    const std::vector<assoc::Event>& events = result.events;
     const double seconds =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - t0)
             .count();
@@ -70,6 +75,12 @@ int main(int argc, char** argv) {
         s.pair_recall(), l.median_grouped_km, l.median_true_km,
         l.median_true_km > 0 ? l.median_grouped_km / l.median_true_km : 0.0,
         seconds);
+    if (options.copies)
+      std::printf("         copies: threshold %.2f, %.1f false events expected (%.3f), %d found\n",
+                  result.threshold, result.expected_false(result.threshold),
+                  result.expected_false(result.threshold) / s.reported,
+                  s.false_clutter + s.false_split);
+    std::printf("         false: %d mostly clutter, %d second pieces\n", s.false_clutter, s.false_split);
     std::fflush(stdout);
   }
   return 0;

@@ -37,6 +37,14 @@ struct Options {
   /// Least score of an event: the natural logarithm of its likelihood
   /// ratio against clutter.
   double threshold = 12.0;
+  /// Shifted copies of the unassociated detections to associate, to
+  /// measure how many of the events clutter alone would make (0: none).
+  unsigned copies = 0;
+  /// With copies: the largest expected fraction of false events; the
+  /// threshold is then raised from `threshold` to the least score at which
+  /// the copies' events per copy are at most this fraction of the events
+  /// kept (0: the threshold stays).
+  double max_false = 0.0;
   unsigned jobs = 1;  ///< threads; 0: one per core
 };
 
@@ -48,9 +56,21 @@ struct Event {
   fix::Solution solution;  ///< the locator's fit, one entry per detection
 };
 
-/// The events of `detections`, in order of origin time. Detections without
-/// an arrival time take no part.
-std::vector<Event> associate(const std::vector<fix::Detection>& detections,
-                             const Options& options);
+struct Result {
+  std::vector<Event> events;  ///< in order of origin time
+  /// The scores of the events associated in the shifted copies (each one
+  /// an event of clutter alone), all copies together, highest first.
+  std::vector<double> false_scores;
+  unsigned copies = 0;
+  double threshold = 0.0;  ///< the threshold the events were kept with
+  /// Expected number of events of clutter among those of a score of at
+  /// least `threshold`: those of the copies, per copy.
+  double expected_false(double threshold) const;
+};
+
+/// The events of `detections`. Detections without an arrival time take no
+/// part.
+Result associate(const std::vector<fix::Detection>& detections,
+                 const Options& options);
 
 }  // namespace assoc

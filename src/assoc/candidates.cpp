@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <set>
+#include <unordered_map>
 
 namespace assoc {
 
@@ -39,32 +40,27 @@ std::vector<Candidate> seed_candidates(const Catalogue& c, const Model& m,
   const std::size_t n = c.sites.size();
   const std::vector<double> window = pair_windows(c, m);
   const double longest = *std::max_element(window.begin(), window.end());
-  // Candidates holding each arrival (this block's), to skip covered pairs.
-  std::vector<std::vector<std::uint32_t>> holding(c.arrivals.size());
-  std::set<std::vector<std::uint32_t>> seen;
-  auto first = std::lower_bound(
-      c.arrivals.begin(), c.arrivals.end(), from,
-      [](const Arrival& a, double t) { return a.time < t; });
-  for (auto i = static_cast<std::uint32_t>(first - c.arrivals.begin());
-       i < c.arrivals.size() && c.arrivals[i].time < to; ++i) {
-    const Arrival& a = c.arrivals[i];
-    for (std::uint32_t j = i + 1; j < c.arrivals.size(); ++j) {
-      const Arrival& b = c.arrivals[j];
+  // The candidates holding each arrival, to skip covered pairs.
+  std::unordered_map<Id, std::vector<std::size_t>> holding;
+  std::set<std::vector<Id>> seen;
+  for (Id i = c.lower_bound(from); i < c.end() && c.at(i).time < to; ++i) {
+    const Arrival& a = c.at(i);
+    for (Id j = i + 1; j < c.end(); ++j) {
+      const Arrival& b = c.at(j);
       const double dt = b.time - a.time;
       if (dt > longest) break;
       if (a.site == b.site || dt > window[a.site * n + b.site]) continue;
-      const auto& hi = holding[i];
-      const auto& hj = holding[j];
-      bool covered = false;
-      for (std::uint32_t x : hi)
-        if (std::find(hj.begin(), hj.end(), x) != hj.end()) covered = true;
-      if (covered) continue;
+      const auto hi = holding.find(i), hj = holding.find(j);
+      if (hi != holding.end() && hj != holding.end() &&
+          std::find_first_of(hi->second.begin(), hi->second.end(),
+                             hj->second.begin(), hj->second.end()) !=
+              hi->second.end())
+        continue;
       Candidate cand;
       if (!fitter.pair(i, j, cand.h) || !fitter.grow(cand.h, nullptr)) continue;
       if (!seen.insert(cand.h.members).second) continue;
-      cand.first_time = c.arrivals[cand.h.members.front()].time;
-      const auto id = static_cast<std::uint32_t>(out.size());
-      for (std::uint32_t k : cand.h.members) holding[k].push_back(id);
+      cand.first_time = c.at(cand.h.members.front()).time;
+      for (Id k : cand.h.members) holding[k].push_back(out.size());
       out.push_back(std::move(cand));
     }
   }

@@ -17,7 +17,8 @@ struct Candidate {
 /// The candidates seeded by the pairs whose earlier arrival lies in
 /// [from, to) (s). A pair whose two arrivals are both members of a
 /// candidate grown already gives no new seed; candidates with the same
-/// members are kept once.
+/// members are kept once. The window must hold the arrivals up to two
+/// blocks after `to`, their clutter measured.
 std::vector<Candidate> seed_candidates(const Catalogue& catalogue,
                                        const Model& model,
                                        const Fitter& fitter, double from,

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <map>
+#include <numeric>
 #include <tuple>
 
 namespace assoc {
@@ -21,68 +21,90 @@ Model::Model(const Options& options, double radius)
   span_s = max_arc * radius_km * slowness_max + 4.0 * s.pick_error_s;
 }
 
-namespace {
-
-// The key of the array of a detection: its name, or its position.
-std::string site_key(const fix::Detection& d) {
-  if (!d.station.empty()) return d.station;
-  char key[64];
-  std::snprintf(key, sizeof key, "%.6f,%.6f", d.latitude, d.longitude);
-  return key;
+std::string site_place(const fix::Detection& d) {
+  char place[64];
+  std::snprintf(place, sizeof place, "%.6f,%.6f", d.latitude, d.longitude);
+  return place;
 }
 
-}  // namespace
+std::string site_key(const fix::Detection& d) {
+  return d.station + "@" + site_place(d);
+}
 
-Catalogue make_catalogue(const std::vector<fix::Detection>& detections,
-                         const Options& options) {
-  Catalogue c;
-  // Sites in order of their keys, each at the least of its detections'
-  // positions (they normally all agree).
-  std::map<std::string, std::pair<double, double>> place;
-  for (const fix::Detection& d : detections) {
-    if (!d.has_time) continue;
-    const std::pair<double, double> at{d.latitude, d.longitude};
-    auto [it, added] = place.emplace(site_key(d), at);
-    if (!added) it->second = std::min(it->second, at);
-  }
-  std::map<std::string, std::uint32_t> index;
-  for (const auto& [key, at] : place) {
-    Site s{key, at.first, at.second, fix::unit_vector(at.first, at.second), {},
-           {}};
+std::uint32_t Catalogue::site_of(const fix::Detection& d) {
+  const std::string key = site_key(d);
+  auto [it, added] =
+      site_index_.emplace(key, static_cast<std::uint32_t>(sites.size()));
+  if (added) {
+    Site s{d.station.empty() ? site_place(d) : d.station, d.latitude, d.longitude,
+           fix::unit_vector(d.latitude, d.longitude), {}, {}};
     tangent_basis(s.p, s.east, s.north);
-    index.emplace(key, static_cast<std::uint32_t>(c.sites.size()));
-    c.sites.push_back(s);
+    sites.push_back(s);
+    by_site.emplace_back();
+    site_times.emplace_back();
   }
+  return it->second;
+}
+
+void Catalogue::append(const std::vector<fix::Detection>& detections,
+                       const std::vector<std::size_t>& inputs,
+                       const std::vector<double>& ln_clutter) {
+  std::vector<Arrival> batch;
   for (std::size_t i = 0; i < detections.size(); ++i) {
     const fix::Detection& d = detections[i];
-    if (!d.has_time) continue;
     Arrival a;
-    a.input = i;
-    a.site = index.at(site_key(d));
+    a.input = i;  // for now: the index in this batch
+    a.site = site_of(d);
     a.time = d.time;
     a.bearing = fix::wrap360(d.back_azimuth);
-    a.sigma = d.sigma > 0.0 ? d.sigma : options.settings.sigma_deg;
-    const Site& s = c.sites[a.site];
+    a.sigma = d.sigma > 0.0 ? d.sigma : sigma_;
+    const Site& s = sites[a.site];
     const double b = a.bearing * fix::deg2rad;
     a.along = std::sin(b) * s.east + std::cos(b) * s.north;
     a.normal = cross(s.p, a.along);
-    a.ln_clutter = 0.0;
-    c.arrivals.push_back(a);
+    a.ln_clutter = ln_clutter[i];
+    batch.push_back(a);
   }
-  // Exactly equal detections keep their input order: they are
-  // interchangeable.
-  std::sort(c.arrivals.begin(), c.arrivals.end(),
-            [](const Arrival& x, const Arrival& y) {
-              return std::tie(x.time, x.site, x.bearing, x.sigma, x.input) <
-                     std::tie(y.time, y.site, y.bearing, y.sigma, y.input);
-            });
-  c.by_site.resize(c.sites.size());
-  c.site_times.resize(c.sites.size());
-  for (std::size_t k = 0; k < c.arrivals.size(); ++k) {
-    c.by_site[c.arrivals[k].site].push_back(static_cast<std::uint32_t>(k));
-    c.site_times[c.arrivals[k].site].push_back(c.arrivals[k].time);
+  // Canonical order; exactly equal detections keep the callers' order:
+  // they are interchangeable.
+  auto key = [&](const Arrival& a) {
+    return std::tie(a.time, sites[a.site].key, sites[a.site].latitude,
+                    sites[a.site].longitude, a.bearing, a.sigma, inputs[a.input]);
+  };
+  std::sort(batch.begin(), batch.end(),
+            [&](const Arrival& x, const Arrival& y) { return key(x) < key(y); });
+  for (Arrival& a : batch) {
+    const Id id = end();
+    detections_.push_back(detections[a.input]);
+    a.input = inputs[a.input];
+    by_site[a.site].push_back(id);
+    site_times[a.site].push_back(a.time);
+    arrivals_.push_back(a);
   }
-  return c;
+}
+
+void Catalogue::drop_before(double time) {
+  std::size_t n = 0;
+  while (n < arrivals_.size() && arrivals_[n].time < time) ++n;
+  if (n == 0) return;
+  arrivals_.erase(arrivals_.begin(), arrivals_.begin() + static_cast<std::ptrdiff_t>(n));
+  detections_.erase(detections_.begin(),
+                    detections_.begin() + static_cast<std::ptrdiff_t>(n));
+  base_ += n;
+  for (std::size_t s = 0; s < sites.size(); ++s) {
+    auto& ids = by_site[s];
+    const auto keep = std::lower_bound(ids.begin(), ids.end(), base_);
+    const auto gone = keep - ids.begin();
+    ids.erase(ids.begin(), keep);
+    site_times[s].erase(site_times[s].begin(), site_times[s].begin() + gone);
+  }
+}
+
+Id Catalogue::lower_bound(double time) const {
+  const auto it = std::lower_bound(
+      arrivals_.begin(), arrivals_.end(), time,
+      [](const Arrival& a, double t) { return a.time < t; });
+  return base_ + static_cast<Id>(it - arrivals_.begin());
 }
 
 }  // namespace assoc

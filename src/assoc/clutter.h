@@ -6,13 +6,15 @@
 
 namespace assoc {
 
-/// Sets every arrival's ln_clutter from the detections of its array in the
-/// three blocks of `block_s` seconds around its own (blocks counted from
-/// 1970), itself left out: their bearings smoothed with a Gaussian kernel,
-/// but never less than the array's mean density over its quieter
-/// directions, over the time the input covers in those blocks, plus a
-/// prior of one detection per hour from any direction, weighing as much as
-/// one hour.
-void measure_clutter(Catalogue& catalogue, double block_s);
+/// Sets the ln_clutter of the arrivals of the block [start, start + block_s)
+/// that have none (NaN), from the detections of their array in that block
+/// and the blocks on either side, itself left out: their bearings smoothed
+/// with a Gaussian kernel, but never less than the array's mean density
+/// over its quieter directions, over the time the input covers in those
+/// blocks (`first` and `last`: the input's first and last arrival times
+/// so far), plus a prior of one detection per hour from any direction,
+/// weighing as much as one hour. The window must hold the three blocks.
+void measure_clutter(Catalogue& catalogue, double start, double block_s,
+                     double first, double last);
 
 }  // namespace assoc

@@ -31,6 +31,7 @@ constexpr double min_arc = 1e-6;
 /// Arrivals added to one hypothesis at most.
 constexpr int max_additions = 64;
 constexpr double ln_2pi = 1.8378770664093453;
+constexpr Id none = static_cast<Id>(-1);
 
 using fix::deg2rad;
 using fix::rad2deg;
@@ -113,11 +114,11 @@ Fitter::Fitter(const Catalogue& catalogue, const Model& model,
                const Options& options)
     : c_(catalogue), m_(model), o_(options) {}
 
-bool Fitter::large_enough(const std::vector<std::uint32_t>& members) const {
+bool Fitter::large_enough(const std::vector<Id>& members) const {
   if (members.size() < o_.min_detections) return false;
   std::vector<std::uint32_t> sites;
-  for (std::uint32_t a : members) {
-    const std::uint32_t s = c_.arrivals[a].site;
+  for (Id a : members) {
+    const std::uint32_t s = c_.at(a).site;
     if (std::find(sites.begin(), sites.end(), s) == sites.end()) {
       sites.push_back(s);
       if (sites.size() >= o_.min_arrays) return true;
@@ -167,8 +168,8 @@ bool Fitter::fit(Hypothesis& h) const {
         for (int j = 0; j < 3; ++j) a[i][j] = 0.0;
       }
     double cost = 0.0;
-    for (std::uint32_t k : h.members) {
-      const Arrival& o = c_.arrivals[k];
+    for (Id k : h.members) {
+      const Arrival& o = c_.at(k);
       const Seen v = seen(c_.sites[o.site], x, east, north, r);
       const double rb = wrap180(o.bearing - v.bearing);
       const double vt = m_.time_var(v.arc);
@@ -229,14 +230,14 @@ bool Fitter::fit(Hypothesis& h) const {
   }
   if (!invert3(a, h.cov) || !std::isfinite(h.t0)) return false;
   // Every member within reach of the source.
-  for (std::uint32_t k : h.members)
-    if (dot(c_.sites[c_.arrivals[k].site].p, h.x) < m_.cos_max_arc) return false;
+  for (Id k : h.members)
+    if (dot(c_.sites[c_.at(k).site].p, h.x) < m_.cos_max_arc) return false;
   return true;
 }
 
-bool Fitter::pair(std::uint32_t i, std::uint32_t j, Hypothesis& h) const {
-  const Arrival& a = c_.arrivals[i];
-  const Arrival& b = c_.arrivals[j];
+bool Fitter::pair(Id i, Id j, Hypothesis& h) const {
+  const Arrival& a = c_.at(i);
+  const Arrival& b = c_.at(j);
   if (a.site == b.site) return false;
   Vec3 x = cross(a.normal, b.normal);
   const double sin_crossing = norm(x);
@@ -265,8 +266,8 @@ bool Fitter::pair(std::uint32_t i, std::uint32_t j, Hypothesis& h) const {
   h.t0 = (t0a / va + t0b / vb) / (1.0 / va + 1.0 / vb);
   h.members = {std::min(i, j), std::max(i, j)};
   if (!fit(h)) return false;
-  for (std::uint32_t k : h.members) {
-    const Arrival& o = c_.arrivals[k];
+  for (Id k : h.members) {
+    const Arrival& o = c_.at(k);
     if (!(contribution(o, predict(h, c_.sites[o.site], false)) >
           min_contribution))
       return false;
@@ -275,8 +276,8 @@ bool Fitter::pair(std::uint32_t i, std::uint32_t j, Hypothesis& h) const {
 }
 
 void Fitter::best_addition(const Hypothesis& h, const Claims* claims,
-                           std::uint32_t& best, double& best_value) const {
-  best = static_cast<std::uint32_t>(-1);
+                           Id& best, double& best_value) const {
+  best = none;
   best_value = min_contribution;
   for (std::size_t s = 0; s < c_.sites.size(); ++s) {
     const Site& site = c_.sites[s];
@@ -287,21 +288,22 @@ void Fitter::best_addition(const Hypothesis& h, const Claims* claims,
     const std::vector<double>& times = c_.site_times[s];
     auto it = std::lower_bound(times.begin(), times.end(), p.time - half);
     for (; it != times.end() && *it <= p.time + half; ++it) {
-      const std::uint32_t k = c_.by_site[s][it - times.begin()];
+      const Id k = c_.by_site[s][it - times.begin()];
       if (claims && (*claims)[k]) continue;
       if (std::binary_search(h.members.begin(), h.members.end(), k) ||
           std::binary_search(h.banned.begin(), h.banned.end(), k))
         continue;
-      const Arrival& o = c_.arrivals[k];
+      const Arrival& o = c_.at(k);
       const double rb = wrap180(o.bearing - p.bearing);
       if (rb * rb > gate * gate * (o.sigma * o.sigma + p.vb)) continue;
       double value = contribution(o, p);
-      for (std::uint32_t m : h.members)
-        if (c_.arrivals[m].site == s) {
+      for (Id m : h.members)
+        if (c_.at(m).site == s) {
           value -= second_arrival;
           break;
         }
-      if (value > best_value) {
+      // Ties go to the earlier arrival, whatever the order of the sites.
+      if (value > best_value || (value == best_value && k < best)) {
         best_value = value;
         best = k;
       }
@@ -311,10 +313,10 @@ void Fitter::best_addition(const Hypothesis& h, const Claims* claims,
 
 bool Fitter::grow(Hypothesis& h, const Claims* claims) const {
   for (int n = 0; n < max_additions; ++n) {
-    std::uint32_t k;
+    Id k;
     double value;
     best_addition(h, claims, k, value);
-    if (k == static_cast<std::uint32_t>(-1)) break;
+    if (k == none) break;
     Hypothesis next = h;
     next.members.insert(
         std::upper_bound(next.members.begin(), next.members.end(), k), k);
@@ -340,7 +342,7 @@ bool Fitter::prune(Hypothesis& h) const {
     bool misfit = false;
     const std::vector<double> values = contributions(h);
     for (std::size_t i = 0; i < h.members.size(); ++i) {
-      const Arrival& o = c_.arrivals[h.members[i]];
+      const Arrival& o = c_.at(h.members[i]);
       const SitePrediction p = predict(h, c_.sites[o.site], false);
       const double zb = std::fabs(wrap180(o.bearing - p.bearing)) / o.sigma;
       const double zt = std::fabs(o.time - p.time) / std::sqrt(m_.time_var(p.arc));
@@ -353,7 +355,7 @@ bool Fitter::prune(Hypothesis& h) const {
         double value = values[i];
         // Not the strongest of its array: a second arrival.
         for (std::size_t j = 0; j < h.members.size(); ++j)
-          if (j != i && c_.arrivals[h.members[j]].site == o.site &&
+          if (j != i && c_.at(h.members[j]).site == o.site &&
               (values[j] > values[i] || (values[j] == values[i] && j < i))) {
             value -= second_arrival;
             break;
@@ -374,8 +376,8 @@ bool Fitter::prune(Hypothesis& h) const {
 
 std::vector<double> Fitter::contributions(const Hypothesis& h) const {
   std::vector<double> v;
-  for (std::uint32_t k : h.members) {
-    const Arrival& o = c_.arrivals[k];
+  for (Id k : h.members) {
+    const Arrival& o = c_.at(k);
     v.push_back(contribution(o, predict(h, c_.sites[o.site], false)));
   }
   return v;
@@ -383,8 +385,8 @@ std::vector<double> Fitter::contributions(const Hypothesis& h) const {
 
 double Fitter::score(const Hypothesis& h) const {
   double sum = 0.0;
-  for (std::uint32_t k : h.members) {
-    const Arrival& o = c_.arrivals[k];
+  for (Id k : h.members) {
+    const Arrival& o = c_.at(k);
     sum += contribution(o, predict(h, c_.sites[o.site], false));
   }
   return sum;

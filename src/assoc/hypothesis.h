@@ -24,13 +24,23 @@ struct Hypothesis {
   Vec3 x{1.0, 0.0, 0.0};
   double t0 = 0.0;
   double cov[3][3] = {};  ///< of (east km, north km, t0 s)
-  std::vector<std::uint32_t> members;  ///< arrival indices, ascending
-  std::vector<std::uint32_t> banned;   ///< never to be members, ascending
+  std::vector<Id> members;  ///< arrivals, ascending
+  std::vector<Id> banned;   ///< never to be members, ascending
   double score = -std::numeric_limits<double>::infinity();
 };
 
-/// Arrivals that other events hold already (one flag per arrival), or none.
-using Claims = std::vector<char>;
+/// Arrivals of the window that events hold already.
+class Claims {
+ public:
+  explicit Claims(const Catalogue& c)
+      : base_(c.first()), flags_(c.end() - c.first(), 0) {}
+  bool operator[](Id id) const { return flags_[id - base_] != 0; }
+  void claim(Id id) { flags_[id - base_] = 1; }
+
+ private:
+  Id base_;
+  std::vector<char> flags_;
+};
 
 class Fitter {
  public:
@@ -39,7 +49,7 @@ class Fitter {
   /// The hypothesis of the crossing of arrivals i and j, or false when
   /// their bearings do not cross in front of both within reach, their
   /// times do not fit one origin, or either explains nothing there.
-  bool pair(std::uint32_t i, std::uint32_t j, Hypothesis& h) const;
+  bool pair(Id i, Id j, Hypothesis& h) const;
 
   /// Grows `h` from its members: adds the arrival of the best contribution
   /// one at a time, refitting after each, then sets aside members that the
@@ -55,7 +65,7 @@ class Fitter {
   std::vector<double> contributions(const Hypothesis& h) const;
 
   /// Whether `members` are enough detections from enough arrays.
-  bool large_enough(const std::vector<std::uint32_t>& members) const;
+  bool large_enough(const std::vector<Id>& members) const;
 
  private:
   struct SitePrediction {
@@ -68,8 +78,8 @@ class Fitter {
                          bool uncertain) const;
   double contribution(const Arrival& a, const SitePrediction& p) const;
   bool fit(Hypothesis& h) const;
-  void best_addition(const Hypothesis& h, const Claims* claims,
-                     std::uint32_t& best, double& best_value) const;
+  void best_addition(const Hypothesis& h, const Claims* claims, Id& best,
+                     double& best_value) const;
   bool prune(Hypothesis& h) const;
   double score(const Hypothesis& h) const;
 

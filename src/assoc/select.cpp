@@ -24,11 +24,9 @@ struct Before {
 }  // namespace
 
 bool confirm(Hypothesis& h, fix::Locator& locator, const Catalogue& c,
-             const std::vector<fix::Detection>& detections,
              double max_distance_km, fix::Solution& solution) {
   fix::Event event;
-  for (std::uint32_t k : h.members)
-    event.detections.push_back(detections[c.arrivals[k].input]);
+  for (Id k : h.members) event.detections.push_back(c.detection(k));
   solution = locator.locate(event);
   if (solution.status == fix::Status::no_fix) return false;
   for (const fix::DetectionFit& d : solution.detections)
@@ -36,7 +34,7 @@ bool confirm(Hypothesis& h, fix::Locator& locator, const Catalogue& c,
       solution.status = fix::Status::no_fix;
       return false;
     }
-  std::vector<std::uint32_t> kept;
+  std::vector<Id> kept;
   for (std::size_t i = 0; i < h.members.size(); ++i) {
     if (solution.detections[i].used)
       kept.push_back(h.members[i]);
@@ -52,10 +50,9 @@ bool confirm(Hypothesis& h, fix::Locator& locator, const Catalogue& c,
 
 std::vector<Found> select(std::vector<Candidate> all, const Catalogue& c,
                           const Fitter& fitter, fix::Locator& locator,
-                          const std::vector<fix::Detection>& detections,
                           const Options& o) {
   std::vector<Found> found;
-  Claims claims(c.arrivals.size(), 0);
+  Claims claims(c);
   std::priority_queue<std::size_t, std::vector<std::size_t>, Before> queue(
       Before{&all});
   for (std::size_t i = 0; i < all.size(); ++i)
@@ -65,18 +62,16 @@ std::vector<Found> select(std::vector<Candidate> all, const Catalogue& c,
     queue.pop();
     const bool stale =
         std::any_of(cand.h.members.begin(), cand.h.members.end(),
-                    [&](std::uint32_t k) { return claims[k] != 0; });
+                    [&](Id k) { return claims[k]; });
     fix::Solution solution;
-    if (!stale && confirm(cand.h, locator, c, detections, o.max_distance_km,
-                          solution)) {
-      for (std::uint32_t k : cand.h.members) claims[k] = 1;
+    if (!stale && confirm(cand.h, locator, c, o.max_distance_km, solution)) {
+      for (Id k : cand.h.members) claims.claim(k);
       found.push_back({std::move(cand.h), std::move(solution),
                        cand.first_time});
       continue;
     }
     if (stale) {
-      std::erase_if(cand.h.members,
-                    [&](std::uint32_t k) { return claims[k] != 0; });
+      std::erase_if(cand.h.members, [&](Id k) { return claims[k]; });
     } else if (solution.status == fix::Status::no_fix) {
       continue;
     }
@@ -84,7 +79,7 @@ std::vector<Found> select(std::vector<Candidate> all, const Catalogue& c,
     if (!fitter.large_enough(cand.h.members) || !fitter.settle(cand.h) ||
         !fitter.grow(cand.h, &claims) || cand.h.score < o.threshold)
       continue;
-    cand.first_time = c.arrivals[cand.h.members.front()].time;
+    cand.first_time = c.at(cand.h.members.front()).time;
     all.push_back(std::move(cand));
     queue.push(all.size() - 1);
   }

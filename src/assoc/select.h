@@ -21,9 +21,7 @@ struct Found {
 /// threshold), in the order they were chosen.
 std::vector<Found> select(std::vector<Candidate> candidates,
                           const Catalogue& catalogue, const Fitter& fitter,
-                          fix::Locator& locator,
-                          const std::vector<fix::Detection>& detections,
-                          const Options& options);
+                          fix::Locator& locator, const Options& options);
 
 /// The locator's verdict on `h`: true when it fits every member (then
 /// `solution` holds its fit); otherwise the members it set aside are moved
@@ -31,7 +29,6 @@ std::vector<Found> select(std::vector<Candidate> candidates,
 /// a member, leaves the members as they are, with the solution's status
 /// no-fix.
 bool confirm(Hypothesis& h, fix::Locator& locator, const Catalogue& catalogue,
-             const std::vector<fix::Detection>& detections,
              double max_distance_km, fix::Solution& solution);
 
 }  // namespace assoc
