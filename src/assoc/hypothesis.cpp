@@ -7,8 +7,16 @@ namespace assoc {
 
 namespace {
 
-/// Gate of a prediction and of a misfit, standard deviations.
+/// Gate of a prediction, standard deviations (of the observation and of
+/// the hypothesis's uncertainty together): an arrival beyond it is not
+/// considered for the hypothesis.
 constexpr double gate = 3.5;
+/// A member whose bearing or time misses the fit by more than this many
+/// standard deviations is set aside: there, clutter and the detections of
+/// neighbouring events are about as common as the event's own (on the
+/// benchmark's worlds, 2 rather than 3.5 raises the share of right pairs
+/// by 2 to 3 points and loses no event).
+constexpr double misfit_gate = 2.0;
 /// Least contribution of a member: a detection must be e (2.7) times likelier
 /// under the event than as clutter, to allow for the chance that an array
 /// does not hear an event at all. A second arrival at one array (a second
@@ -400,7 +408,7 @@ bool Fitter::prune(Hypothesis& h) const {
   for (;;) {
     if (!large_enough(h.members)) return false;
     std::size_t worst = h.members.size();
-    double worst_z = gate, least = min_contribution;
+    double worst_z = misfit_gate, least = min_contribution;
     bool misfit = false;
     const std::vector<double> values = contributions(h);
     for (std::size_t i = 0; i < h.members.size(); ++i) {
