@@ -56,21 +56,12 @@ std::vector<Candidate> seed_candidates(const Catalogue& c, const Model& m,
                              hj->second.begin(), hj->second.end()) !=
               hi->second.end())
         continue;
-      Hypothesis h;
-      if (!fitter.pair(i, j, h) || !fitter.grow(h, nullptr)) continue;
-      if (!seen.insert(h.members).second) continue;
-      // One event, or two told apart.
-      Hypothesis parts[2];
-      const int n = fitter.split(h, parts[0], parts[1]) ? 2 : 1;
-      if (n == 1) parts[0] = std::move(h);
-      for (int p = 0; p < n; ++p) {
-        if (p == 1 && !seen.insert(parts[p].members).second) continue;
-        if (p == 0 && n == 2 && !seen.insert(parts[p].members).second) continue;
-        Candidate cand{std::move(parts[p]), 0.0};
-        cand.first_time = c.at(cand.h.members.front()).time;
-        for (Id k : cand.h.members) holding[k].push_back(out.size());
-        out.push_back(std::move(cand));
-      }
+      Candidate cand;
+      if (!fitter.pair(i, j, cand.h) || !fitter.grow(cand.h, nullptr)) continue;
+      if (!seen.insert(cand.h.members).second) continue;
+      cand.first_time = c.at(cand.h.members.front()).time;
+      for (Id k : cand.h.members) holding[k].push_back(out.size());
+      out.push_back(std::move(cand));
     }
   }
   return out;

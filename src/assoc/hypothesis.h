@@ -57,12 +57,6 @@ class Fitter {
   /// is too small an event (options' least detections and arrays).
   bool grow(Hypothesis& h, const Claims* claims) const;
 
-  /// Whether `h` is better told as two events: a second one grown, among
-  /// the members of h only, from the member that h fits worst, and h
-  /// without it, score more together, less the threshold for the second
-  /// event, than h alone. Then they are `a` and `b`.
-  bool split(const Hypothesis& h, Hypothesis& a, Hypothesis& b) const;
-
   /// Refits `h` after a change of members, sets aside what does not fit;
   /// false when too small.
   bool settle(Hypothesis& h) const;
@@ -84,11 +78,8 @@ class Fitter {
                          bool uncertain) const;
   double contribution(const Arrival& a, const SitePrediction& p) const;
   bool fit(Hypothesis& h) const;
-  void best_addition(const Hypothesis& h, const Claims* claims,
-                     const std::vector<Id>* pool, Id& best,
+  void best_addition(const Hypothesis& h, const Claims* claims, Id& best,
                      double& best_value) const;
-  bool grow_from(Hypothesis& h, const Claims* claims,
-                 const std::vector<Id>* pool) const;
   bool prune(Hypothesis& h) const;
   double score(const Hypothesis& h) const;
 
