@@ -36,8 +36,6 @@ constexpr double time_tolerance_s = 0.01;
 /// Least distance of a source from a site, radians (about 6 m): nearer, the
 /// bearing is undefined.
 constexpr double min_arc = 1e-6;
-/// Rounds of the sharing out of a split at most.
-constexpr int max_split_rounds = 8;
 /// Arrivals added to one hypothesis at most.
 constexpr int max_additions = 64;
 constexpr double ln_2pi = 1.8378770664093453;
@@ -286,8 +284,7 @@ bool Fitter::pair(Id i, Id j, Hypothesis& h) const {
 }
 
 void Fitter::best_addition(const Hypothesis& h, const Claims* claims,
-                           const std::vector<Id>* pool, Id& best,
-                           double& best_value) const {
+                           Id& best, double& best_value) const {
   best = none;
   best_value = min_contribution;
   for (std::size_t s = 0; s < c_.sites.size(); ++s) {
@@ -301,7 +298,6 @@ void Fitter::best_addition(const Hypothesis& h, const Claims* claims,
     for (; it != times.end() && *it <= p.time + half; ++it) {
       const Id k = c_.by_site[s][it - times.begin()];
       if (claims && (*claims)[k]) continue;
-      if (pool && !std::binary_search(pool->begin(), pool->end(), k)) continue;
       if (std::binary_search(h.members.begin(), h.members.end(), k) ||
           std::binary_search(h.banned.begin(), h.banned.end(), k))
         continue;
@@ -324,15 +320,10 @@ void Fitter::best_addition(const Hypothesis& h, const Claims* claims,
 }
 
 bool Fitter::grow(Hypothesis& h, const Claims* claims) const {
-  return grow_from(h, claims, nullptr);
-}
-
-bool Fitter::grow_from(Hypothesis& h, const Claims* claims,
-                       const std::vector<Id>* pool) const {
   for (int n = 0; n < max_additions; ++n) {
     Id k;
     double value;
-    best_addition(h, claims, pool, k, value);
+    best_addition(h, claims, k, value);
     if (k == none) break;
     Hypothesis next = h;
     next.members.insert(
@@ -347,59 +338,6 @@ bool Fitter::grow_from(Hypothesis& h, const Claims* claims,
 }
 
 bool Fitter::settle(Hypothesis& h) const { return fit(h) && prune(h); }
-
-bool Fitter::split(const Hypothesis& h, Hypothesis& a, Hypothesis& b) const {
-  if (h.members.size() < 2 * o_.min_detections) return false;
-  // The member h fits worst, in standard deviations of bearing or time.
-  std::size_t worst = 0;
-  double worst_z = -1.0;
-  for (std::size_t i = 0; i < h.members.size(); ++i) {
-    const Arrival& o = c_.at(h.members[i]);
-    const SitePrediction p = predict(h, c_.sites[o.site], false);
-    const double z = std::max(
-        std::fabs(wrap180(o.bearing - p.bearing)) / o.sigma,
-        std::fabs(o.time - p.time) / std::sqrt(m_.time_var(p.arc)));
-    if (z > worst_z) {
-      worst_z = z;
-      worst = i;
-    }
-  }
-  // A second source from it and a member of another array, then the
-  // members shared out between the two, each to the one it fits better,
-  // and both refitted, until the sharing holds (two-means).
-  const Id w = h.members[worst];
-  for (Id v : h.members) {
-    if (c_.at(v).site == c_.at(w).site) continue;
-    Hypothesis one = h, two;
-    if (!pair(std::min(v, w), std::max(v, w), two)) continue;
-    bool ok = true;
-    for (int round = 0; ok && round < max_split_rounds; ++round) {
-      std::vector<Id> to_one, to_two;
-      for (Id k : h.members) {
-        const Arrival& o = c_.at(k);
-        const Site& s = c_.sites[o.site];
-        (contribution(o, predict(two, s, false)) >
-                 contribution(o, predict(one, s, false))
-             ? to_two
-             : to_one)
-            .push_back(k);
-      }
-      const bool same = to_one == one.members && to_two == two.members;
-      one.members = std::move(to_one);
-      two.members = std::move(to_two);
-      ok = large_enough(one.members) && large_enough(two.members) &&
-           fit(one) && fit(two);
-      if (same) break;
-    }
-    if (!ok || !prune(one) || !prune(two)) continue;
-    if (one.score + two.score - o_.threshold > h.score) {
-      a = std::move(one);
-      b = std::move(two);
-      return true;
-    }
-  }
-  return false;
-}
 
 // Sets aside, one at a time and refitting after each, the member with the
 // largest misfit beyond the gate, or else the one of least contribution
