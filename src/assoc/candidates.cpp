@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <set>
-#include <unordered_map>
 
 namespace assoc {
 
@@ -40,8 +39,9 @@ std::vector<Candidate> seed_candidates(const Catalogue& c, const Model& m,
   const std::size_t n = c.sites.size();
   const std::vector<double> window = pair_windows(c, m);
   const double longest = *std::max_element(window.begin(), window.end());
-  // The candidates holding each arrival, to skip covered pairs.
-  std::unordered_map<Id, std::vector<std::size_t>> holding;
+  // The candidates holding each arrival of the window, to skip covered
+  // pairs.
+  std::vector<std::vector<std::size_t>> holding(c.end() - c.first());
   std::set<std::vector<Id>> seen;
   for (Id i = c.lower_bound(from); i < c.end() && c.at(i).time < to; ++i) {
     const Arrival& a = c.at(i);
@@ -50,17 +50,19 @@ std::vector<Candidate> seed_candidates(const Catalogue& c, const Model& m,
       const double dt = b.time - a.time;
       if (dt > longest) break;
       if (a.site == b.site || dt > window[a.site * n + b.site]) continue;
-      const auto hi = holding.find(i), hj = holding.find(j);
-      if (hi != holding.end() && hj != holding.end() &&
-          std::find_first_of(hi->second.begin(), hi->second.end(),
-                             hj->second.begin(), hj->second.end()) !=
-              hi->second.end())
+      Vec3 x;
+      double sin_crossing;
+      if (!fitter.cross_within_reach(i, j, x, sin_crossing)) continue;
+      const auto& hi = holding[i - c.first()];
+      const auto& hj = holding[j - c.first()];
+      if (std::find_first_of(hi.begin(), hi.end(), hj.begin(), hj.end()) !=
+          hi.end())
         continue;
       Candidate cand;
       if (!fitter.pair(i, j, cand.h) || !fitter.grow(cand.h, nullptr)) continue;
       if (!seen.insert(cand.h.members).second) continue;
       cand.first_time = c.at(cand.h.members.front()).time;
-      for (Id k : cand.h.members) holding[k].push_back(out.size());
+      for (Id k : cand.h.members) holding[k - c.first()].push_back(out.size());
       out.push_back(std::move(cand));
     }
   }

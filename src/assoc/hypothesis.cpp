@@ -120,7 +120,11 @@ Seen seen(const Site& s, const Vec3& x, const Vec3& east, const Vec3& north,
 
 Fitter::Fitter(const Catalogue& catalogue, const Model& model,
                const Options& options)
-    : c_(catalogue), m_(model), o_(options) {}
+    : c_(catalogue),
+      m_(model),
+      o_(options),
+      sin2_min_crossing_(std::sin(min_crossing_deg * deg2rad) *
+                         std::sin(min_crossing_deg * deg2rad)) {}
 
 bool Fitter::large_enough(const std::vector<Id>& members) const {
   if (members.size() < o_.min_detections) return false;
@@ -243,21 +247,39 @@ bool Fitter::fit(Hypothesis& h) const {
   return true;
 }
 
-bool Fitter::pair(Id i, Id j, Hypothesis& h) const {
+bool Fitter::cross_within_reach(Id i, Id j, Vec3& x,
+                                double& sin_crossing) const {
   const Arrival& a = c_.at(i);
   const Arrival& b = c_.at(j);
   if (a.site == b.site) return false;
-  Vec3 x = cross(a.normal, b.normal);
-  const double sin_crossing = norm(x);
-  if (!(sin_crossing > std::sin(min_crossing_deg * deg2rad))) return false;
-  x = (1.0 / sin_crossing) * x;
+  // The signs and ratios below need no unit vector: the root waits until
+  // the crossing has passed them.
+  x = cross(a.normal, b.normal);
+  const double n2 = dot(x, x);
+  if (!(n2 > sin2_min_crossing_)) return false;
   if (dot(x, a.along) < 0.0) x = -1.0 * x;
+  // In front of both, within reach of both (on a bearing's great circle,
+  // the cosine of the distance is the dot product with the site).
   if (!(dot(x, b.along) > 0.0)) return false;
+  sin_crossing = std::sqrt(n2);
+  const double reach = m_.cos_max_arc * sin_crossing;
+  if (!(dot(x, c_.sites[a.site].p) >= reach &&
+        dot(x, c_.sites[b.site].p) >= reach))
+    return false;
+  x = (1.0 / sin_crossing) * x;
+  return true;
+}
+
+bool Fitter::pair(Id i, Id j, Hypothesis& h) const {
+  Vec3 x;
+  double sin_crossing;
+  if (!cross_within_reach(i, j, x, sin_crossing)) return false;
+  const Arrival& a = c_.at(i);
+  const Arrival& b = c_.at(j);
   const Site& sa = c_.sites[a.site];
   const Site& sb = c_.sites[b.site];
   const double arc_a = std::atan2(dot(x, a.along), dot(x, sa.p));
   const double arc_b = std::atan2(dot(x, b.along), dot(x, sb.p));
-  if (arc_a > m_.max_arc || arc_b > m_.max_arc) return false;
   // Origin times from each, with the variance of the travel time and that
   // of the crossing's place along the bearings.
   const double r = m_.radius_km;

@@ -46,6 +46,11 @@ class Fitter {
  public:
   Fitter(const Catalogue& catalogue, const Model& model, const Options& options);
 
+  /// Whether the bearings of arrivals i and j (at two arrays) cross in
+  /// front of both within reach, at an angle wide enough to start from;
+  /// `x` receives the crossing and `sin_crossing` the sine of the angle.
+  bool cross_within_reach(Id i, Id j, Vec3& x, double& sin_crossing) const;
+
   /// The hypothesis of the crossing of arrivals i and j, or false when
   /// their bearings do not cross in front of both within reach, their
   /// times do not fit one origin, or either explains nothing there.
@@ -86,6 +91,7 @@ class Fitter {
   const Catalogue& c_;
   const Model& m_;
   const Options& o_;
+  double sin2_min_crossing_;
 };
 
 }  // namespace assoc
