@@ -23,6 +23,12 @@ constexpr double misfit_gate = 2.0;
 /// phase) must bring e times more again, being the rarer case.
 constexpr double min_contribution = 1.0;
 constexpr double second_arrival = 1.0;
+/// An array hears a source with a chance taken to fall linearly with
+/// distance, to none at the farthest distance: a member farther than half
+/// of it must bring the log of the odds against its array hearing the
+/// event as further evidence (none nearer). Capped at this fraction of
+/// the farthest distance.
+constexpr double max_reach_fraction = 0.999;
 /// Bearings crossing at less than this angle give no seed, degrees: their
 /// crossing is too long along them to start from.
 constexpr double min_crossing_deg = 3.0;
@@ -156,6 +162,11 @@ Fitter::SitePrediction Fitter::predict(const Hypothesis& h, const Site& s,
     p.vt = quadratic(jt, h.cov);
   }
   return p;
+}
+
+double Fitter::far(double arc) const {
+  const double f = std::min(arc / m_.max_arc, max_reach_fraction);
+  return std::max(0.0, std::log(f / (1.0 - f)));
 }
 
 double Fitter::contribution(const Arrival& a, const SitePrediction& p) const {
@@ -326,7 +337,7 @@ void Fitter::best_addition(const Hypothesis& h, const Claims* claims,
       const Arrival& o = c_.at(k);
       const double rb = wrap180(o.bearing - p.bearing);
       if (rb * rb > gate * gate * (o.sigma * o.sigma + p.vb)) continue;
-      double value = contribution(o, p);
+      double value = contribution(o, p) - far(p.arc);
       for (Id m : h.members)
         if (c_.at(m).site == s) {
           value -= second_arrival;
@@ -382,7 +393,7 @@ bool Fitter::prune(Hypothesis& h) const {
         worst = i;
         misfit = true;
       } else if (!misfit) {
-        double value = values[i];
+        double value = values[i] - far(p.arc);
         // Not the strongest of its array: a second arrival.
         for (std::size_t j = 0; j < h.members.size(); ++j)
           if (j != i && c_.at(h.members[j]).site == o.site &&

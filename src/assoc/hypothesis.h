@@ -82,6 +82,8 @@ class Fitter {
   SitePrediction predict(const Hypothesis& h, const Site& s,
                          bool uncertain) const;
   double contribution(const Arrival& a, const SitePrediction& p) const;
+  /// The further evidence a member at `arc` radians must bring.
+  double far(double arc) const;
   bool fit(Hypothesis& h) const;
   void best_addition(const Hypothesis& h, const Claims* claims, Id& best,
                      double& best_value) const;
