@@ -3,7 +3,8 @@
 #   make        check the Debian packages, configure and build (build/vestra)
 #   make test   build and run the whole test suite
 #   make asan   the test suite again under AddressSanitizer + UBSan (build-asan/)
-#   make bench  the benchmarks (BENCH_ARGS passes options to Google Benchmark)
+#   make bench  the benchmarks (BENCH_ARGS passes options to Google Benchmark);
+#               build/bench/assoc_bench then scores the association
 #   make fuzz   each libFuzzer target for FUZZ_SECONDS seconds (clang++, build-fuzz/)
 #   make install PREFIX=/usr/local
 #               install the program, its manual page and bash completion
@@ -43,7 +44,7 @@ asan: deps
 bench: deps
 	@sh ./bootstrap --install libbenchmark-dev
 	cmake -S . -B $(BUILD) -DVESTRA_BENCH=ON
-	cmake --build $(BUILD) -j$(JOBS) --target vestra_bench fix_catalogue
+	cmake --build $(BUILD) -j$(JOBS) --target vestra_bench fix_catalogue assoc_bench assoc_files
 	$(BUILD)/bench/vestra_bench $(BENCH_ARGS)
 
 FUZZ_BUILD ?= build-fuzz

@@ -9,6 +9,7 @@
 //     --copies=N       shifted copies measuring the false events
 //     --max-false=F    with copies: the threshold from them
 //     --no-locate      skip the location figures
+//     --random=R       random clutter per array-hour instead of the world's
 //   assoc_bench --stream=WEEKS [--jobs=N]
 //     global weeks generated one after the other (seeds 1001, 1002, ...)
 //     and streamed through the association: time and peak memory.
@@ -108,6 +109,7 @@ int main(int argc, char** argv) {
   std::vector<std::string> names;
   bool locate = true;
   int weeks = 0;
+  double random = -1.0;
   for (int i = 1; i < argc; ++i) {
     const char* a = argv[i];
     if (std::strncmp(a, "--jobs=", 7) == 0)
@@ -120,6 +122,8 @@ int main(int argc, char** argv) {
       options.max_false = std::atof(a + 12);
     else if (std::strncmp(a, "--stream=", 9) == 0)
       weeks = std::atoi(a + 9);
+    else if (std::strncmp(a, "--random=", 9) == 0)
+      random = std::atof(a + 9);
     else if (std::strcmp(a, "--no-locate") == 0)
       locate = false;
     else
@@ -133,7 +137,8 @@ int main(int argc, char** argv) {
       "prec", "p.rec", "loc_km", "true_km", "ratio", "s");
   for (const std::string& name : names) {
     Targets t;
-    const world::Config c = config(name, t);
+    world::Config c = config(name, t);
+    if (random >= 0.0) c.random_per_hour = random;
     const world::World w = world::generate(c);
     const auto t0 = std::chrono::steady_clock::now();
     const assoc::Result result = assoc::associate(w.detections, options);
