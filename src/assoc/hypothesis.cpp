@@ -32,8 +32,9 @@ constexpr double max_reach_fraction = 0.999;
 /// Bearings crossing at less than this angle give no seed, degrees: their
 /// crossing is too long along them to start from.
 constexpr double min_crossing_deg = 3.0;
-/// Iterations of the fit, and its longest step (km).
+/// Iterations of the fit, halvings of a step, and the longest step (km).
 constexpr int max_iterations = 12;
+constexpr int max_halvings = 6;
 constexpr double max_step_km = 2000.0;
 /// The fit has converged when a step is shorter than this (km) and moves
 /// the origin time by less than `time_tolerance_s`.
@@ -122,6 +123,17 @@ Seen seen(const Site& s, const Vec3& x, const Vec3& east, const Vec3& north,
   return v;
 }
 
+// The point `de` km east and `dn` km north of `x` along the great circle.
+Vec3 moved(const Vec3& x, double de, double dn, double radius_km) {
+  Vec3 east, north;
+  tangent_basis(x, east, north);
+  const double length = std::hypot(de, dn);
+  if (!(length > 0.0)) return x;
+  const Vec3 dir = (1.0 / length) * (de * east + dn * north);
+  const double phi = length / radius_km;
+  return normalized(std::cos(phi) * x + std::sin(phi) * dir);
+}
+
 }  // namespace
 
 Fitter::Fitter(const Catalogue& catalogue, const Model& model,
@@ -178,50 +190,43 @@ double Fitter::contribution(const Arrival& a, const SitePrediction& p) const {
          ln_2pi - a.ln_clutter;
 }
 
+double Fitter::misfit(const Hypothesis& h, const Vec3& x, double t0,
+                      double (*a)[3], double* g) const {
+  const double r = m_.radius_km;
+  Vec3 east, north;
+  tangent_basis(x, east, north);
+  if (a)
+    for (int i = 0; i < 3; ++i) {
+      g[i] = 0.0;
+      for (int j = 0; j < 3; ++j) a[i][j] = 0.0;
+    }
+  double cost = 0.0;
+  for (Id k : h.members) {
+    const Arrival& o = c_.at(k);
+    const Seen v = seen(c_.sites[o.site], x, east, north, r);
+    const double rb = wrap180(o.bearing - v.bearing);
+    const double vt = m_.time_var(v.arc);
+    const double rt = o.time - t0 - v.arc * r * m_.slowness;
+    const double wb = 1.0 / (o.sigma * o.sigma), wt = 1.0 / vt;
+    cost += rb * rb * wb + rt * rt * wt;
+    if (!a) continue;
+    const double jb[3] = {v.jb[0], v.jb[1], 0.0};
+    const double jt[3] = {m_.slowness * v.jd[0], m_.slowness * v.jd[1], 1.0};
+    for (int i = 0; i < 3; ++i) {
+      g[i] += wb * jb[i] * rb + wt * jt[i] * rt;
+      for (int j = 0; j < 3; ++j)
+        a[i][j] += wb * jb[i] * jb[j] + wt * jt[i] * jt[j];
+    }
+  }
+  return cost;
+}
+
+// Gauss-Newton steps, each halved until it does not raise the misfit; the
+// variances of the times are those of the point a step starts from.
 bool Fitter::fit(Hypothesis& h) const {
   if (h.members.size() < 2) return false;
-  const double r = m_.radius_km;
-  // The misfit at (x, t0) and, when `a` is given, the normal equations.
-  auto misfit = [&](const Vec3& x, double t0, double (*a)[3], double* g) {
-    Vec3 east, north;
-    tangent_basis(x, east, north);
-    if (a)
-      for (int i = 0; i < 3; ++i) {
-        g[i] = 0.0;
-        for (int j = 0; j < 3; ++j) a[i][j] = 0.0;
-      }
-    double cost = 0.0;
-    for (Id k : h.members) {
-      const Arrival& o = c_.at(k);
-      const Seen v = seen(c_.sites[o.site], x, east, north, r);
-      const double rb = wrap180(o.bearing - v.bearing);
-      const double vt = m_.time_var(v.arc);
-      const double rt = o.time - t0 - v.arc * r * m_.slowness;
-      const double wb = 1.0 / (o.sigma * o.sigma), wt = 1.0 / vt;
-      cost += rb * rb * wb + rt * rt * wt;
-      if (!a) continue;
-      const double jb[3] = {v.jb[0], v.jb[1], 0.0};
-      const double jt[3] = {m_.slowness * v.jd[0], m_.slowness * v.jd[1], 1.0};
-      for (int i = 0; i < 3; ++i) {
-        g[i] += wb * jb[i] * rb + wt * jt[i] * rt;
-        for (int j = 0; j < 3; ++j)
-          a[i][j] += wb * jb[i] * jb[j] + wt * jt[i] * jt[j];
-      }
-    }
-    return cost;
-  };
-  auto moved = [&](const Vec3& x, double de, double dn) {
-    Vec3 east, north;
-    tangent_basis(x, east, north);
-    const double length = std::hypot(de, dn);
-    if (!(length > 0.0)) return x;
-    const Vec3 dir = (1.0 / length) * (de * east + dn * north);
-    const double phi = length / r;
-    return normalized(std::cos(phi) * x + std::sin(phi) * dir);
-  };
-
   double a[3][3], g[3];
-  double cost = misfit(h.x, h.t0, a, g);
+  double cost = misfit(h, h.x, h.t0, a, g);
   for (int it = 0; it < max_iterations; ++it) {
     double damped[3][3], step[3];
     for (int i = 0; i < 3; ++i)
@@ -236,11 +241,10 @@ bool Fitter::fit(Hypothesis& h) const {
     if (length < step_tolerance_km && std::fabs(step[2]) < time_tolerance_s)
       break;
     bool taken = false;
-    for (int half = 0; half < 6 && !taken; ++half) {
-      const Vec3 x = moved(h.x, step[0], step[1]);
+    for (int half = 0; half < max_halvings && !taken; ++half) {
+      const Vec3 x = moved(h.x, step[0], step[1], m_.radius_km);
       const double t0 = h.t0 + step[2];
-      const double c = misfit(x, t0, nullptr, nullptr);
-      if (c <= cost) {
+      if (misfit(h, x, t0, nullptr, nullptr) <= cost) {
         h.x = x;
         h.t0 = t0;
         taken = true;
@@ -249,7 +253,7 @@ bool Fitter::fit(Hypothesis& h) const {
       }
     }
     if (!taken) break;
-    cost = misfit(h.x, h.t0, a, g);
+    cost = misfit(h, h.x, h.t0, a, g);
   }
   if (!invert3(a, h.cov) || !std::isfinite(h.t0)) return false;
   // Every member within reach of the source.

@@ -84,6 +84,10 @@ class Fitter {
   double contribution(const Arrival& a, const SitePrediction& p) const;
   /// The further evidence a member at `arc` radians must bring.
   double far(double arc) const;
+  /// The weighted squares of h's residuals at (x, t0); with `a`, also the
+  /// normal matrix and (in `g`) the gradient of the linearised problem.
+  double misfit(const Hypothesis& h, const Vec3& x, double t0,
+                double (*a)[3], double* g) const;
   bool fit(Hypothesis& h) const;
   void best_addition(const Hypothesis& h, const Claims* claims, Id& best,
                      double& best_value) const;
