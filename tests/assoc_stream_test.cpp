@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <utility>
 #include <random>
 #include <stdexcept>
@@ -98,7 +99,7 @@ TEST(AssocStream, SameEventsForAnyOrderAndNumberOfJobs) {
   EXPECT_EQ(outcome(streamed, identity), reference);
 }
 
-TEST(AssocStream, RefusesADetectionOfAFinishedBlock) {
+TEST(AssocStream, RefusesWhatItCannotPlace) {
   const assoc::Options options;
   assoc::Stream s(options);
   fix::Detection d;
@@ -108,8 +109,15 @@ TEST(AssocStream, RefusesADetectionOfAFinishedBlock) {
   s.add(d, 0);
   d.time = 4.0 * s.block_s() + 1.0;
   s.add(d, 1);
-  d.time = 4.0 * s.block_s() - 1.0;
-  EXPECT_THROW(s.add(d, 2), std::invalid_argument);
+  fix::Detection late = d;
+  late.time = 4.0 * s.block_s() - 1.0;  // a day already finished
+  fix::Detection no_time = d, far_time = d, no_bearing = d;
+  no_time.time = std::numeric_limits<double>::quiet_NaN();
+  far_time.time = 1e300;
+  no_bearing.back_azimuth = std::numeric_limits<double>::infinity();
+  for (const fix::Detection& bad : {late, no_time, far_time, no_bearing})
+    EXPECT_THROW(s.add(bad, 2), std::invalid_argument);
+  EXPECT_THROW(assoc::associate({d, no_time}, options), std::invalid_argument);
 }
 
 TEST(AssocStream, ShiftedCopiesMeasureClutterNotEvents) {

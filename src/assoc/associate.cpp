@@ -14,6 +14,7 @@
 #include <limits>
 #include <map>
 #include <numeric>
+#include <stdexcept>
 #include <string>
 
 #include "assoc/catalogue.h"
@@ -34,8 +35,13 @@ std::vector<Event> run(const std::vector<fix::Detection>& detections,
                        const Options& options,
                        std::vector<double>* clutter_out) {
   std::vector<std::size_t> order;
-  for (std::size_t i = 0; i < detections.size(); ++i)
-    if (detections[i].has_time && !skip[i]) order.push_back(i);
+  for (std::size_t i = 0; i < detections.size(); ++i) {
+    if (!detections[i].has_time || skip[i]) continue;
+    // Sorted on, a time must be a number; the stream checks the rest.
+    if (!std::isfinite(detections[i].time))
+      throw std::invalid_argument("a detection's time is not a number");
+    order.push_back(i);
+  }
   std::stable_sort(order.begin(), order.end(), [&](auto a, auto b) {
     return detections[a].time < detections[b].time;
   });

@@ -11,9 +11,10 @@
 // grow from pairs of bearings that cross in front of both arrays with
 // consistent times, are taken best first, each confirmed by the locator's
 // fit and residual tests, and a detection goes to one event at most. The
-// work runs day by day, so that its cost grows linearly with the length of
-// the input; the days are processed by `jobs` threads with results that do
-// not depend on their number or on the order of the input.
+// work runs day by day (stream.h), so that its cost grows linearly with the
+// length of the input; the days are processed by `jobs` threads with
+// results that do not depend on their number or on the order of the input.
+// The method and the reasons for its parameters: src/assoc/README.md.
 //
 // Units: degrees, km, s; times in seconds since 1970 (UTC).
 #pragma once
@@ -69,7 +70,8 @@ struct Result {
 };
 
 /// The events of `detections`. Detections without an arrival time take no
-/// part.
+/// part. Throws std::invalid_argument for a detection with a time, place or
+/// bearing that is not a finite number (or a time beyond the year 3000).
 Result associate(const std::vector<fix::Detection>& detections,
                  const Options& options);
 

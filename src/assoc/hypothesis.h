@@ -26,6 +26,7 @@ struct Hypothesis {
   double cov[3][3] = {};  ///< of (east km, north km, t0 s)
   std::vector<Id> members;  ///< arrivals, ascending
   std::vector<Id> banned;   ///< never to be members, ascending
+  /// The members' contributions at the fit, summed.
   double score = -std::numeric_limits<double>::infinity();
 };
 

@@ -17,6 +17,8 @@ namespace assoc {
 namespace {
 
 constexpr double day_s = 86400.0;
+/// Times from 1970 beyond this (about the year 3000) are refused, s.
+constexpr double max_time_s = 3.2e10;
 
 // Runs work(i, worker) for i in [0, n) on `jobs` threads.
 void parallel_for(std::size_t n, unsigned jobs,
@@ -59,6 +61,11 @@ Stream::~Stream() = default;
 void Stream::add(const fix::Detection& d, std::size_t input,
                  double ln_clutter) {
   if (!d.has_time) return;
+  if (!(std::fabs(d.time) < max_time_s) || !std::isfinite(d.latitude) ||
+      !std::isfinite(d.longitude) || !std::isfinite(d.back_azimuth) ||
+      !std::isfinite(d.sigma))
+    throw std::invalid_argument("a detection's time, place or bearing is "
+                                "not a number");
   const auto k = static_cast<Index>(std::floor(d.time / block_));
   if (!started_) {
     started_ = true;

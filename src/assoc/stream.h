@@ -43,7 +43,8 @@ class Stream {
   /// Detections come in order of time, but for those of one block, which
   /// may come in any order. `ln_clutter`: its clutter density when known
   /// (NaN: measured here). Throws std::invalid_argument for a detection of
-  /// a block finished already.
+  /// a block finished already, or with a value that is not a finite number
+  /// (or a time beyond the year 3000).
   void add(const fix::Detection& detection, std::size_t input,
            double ln_clutter = std::numeric_limits<double>::quiet_NaN());
   /// Ends the input: every block is finished.
