@@ -14,6 +14,17 @@
 
 namespace fix {
 
+using geo::arc_degrees;
+using geo::deg2rad;
+using geo::Geodesic;
+using geo::local_frame;
+using geo::rad2deg;
+using geo::sphere_azimuth;
+using geo::unit_vector;
+using geo::Vec3;
+using geo::wrap180;
+using geo::wrap360;
+
 namespace {
 
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
@@ -297,7 +308,7 @@ void Locator::start(Solution& solution, double& lat, double& lon) {
         misfit += on_station ? robust_cap : std::min(off * off, robust_cap);
       }
       const double glat = convlat_geocentric2geographic(elat);
-      solution.crossings.push_back({i, j, glat, wrap180(elon)});
+      solution.crossings.push_back({i, j, {wrap180(elon), glat}});
       if (misfit < best) {
         best = misfit;
         lat = glat;

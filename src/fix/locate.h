@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "fix/event.h"
-#include "fix/geodesy.h"
+#include "geo/earth.h"
 
 namespace fix {
 
@@ -35,7 +35,7 @@ struct DetectionFit {
 /// A crossing of two bearings (detections `first` and `second`).
 struct Crossing {
   std::size_t first, second;
-  double latitude, longitude;  ///< degrees
+  geo::LonLat at;  ///< degrees
 };
 
 /// The result for one event.
@@ -69,7 +69,7 @@ class Locator {
  public:
   explicit Locator(const Settings& settings);
   Solution locate(const Event& event);
-  const Earth& earth() const { return earth_; }
+  const geo::Earth& earth() const { return earth_; }
 
  private:
   // One detection as the fit sees it.
@@ -78,19 +78,20 @@ class Locator {
     bool has_time;
     double t;  // arrival time after the event's first one, s
     bool used;
-    Vec3 unit;         // on the sphere of geocentric latitudes
-    LocalFrame frame;  // likewise
-    double gc_lat;     // geocentric latitude, degrees
+    geo::Vec3 unit;         // on the sphere of geocentric latitudes
+    geo::LocalFrame frame;  // likewise
+    double gc_lat;          // geocentric latitude, degrees
   };
   struct Trial;
   /// Observed minus computed bearing of `o` (degrees, (-180, 180]) with the
   /// geodesic `g` from its station to the source.
-  static double bearing_residual(const Observation& o, const Geodesic& g) {
-    return wrap180(o.baz - g.azimuth_1);
+  static double bearing_residual(const Observation& o,
+                                 const geo::Geodesic& g) {
+    return geo::wrap180(o.baz - g.azimuth_1);
   }
   /// Observed minus predicted arrival time of `o` (s) with the geodesic `g`
   /// and the origin time `t0` (s, from the event's first arrival).
-  double time_residual(const Observation& o, const Geodesic& g,
+  double time_residual(const Observation& o, const geo::Geodesic& g,
                        double t0) const {
     return o.t - t0 - g.distance_km * slowness_;
   }
@@ -98,13 +99,13 @@ class Locator {
                 const Trial* weights, Solution& solution) const;
   double nonlinearity(const Trial& at, Solution& solution) const;
   double standardised(std::size_t k, const Trial& at, const double cov[3][3],
-                      const Geodesic& gd) const;
+                      const geo::Geodesic& gd) const;
   void start(Solution& solution, double& lat, double& lon);
   bool fit(double& lat, double& lon, double& t0, Trial& at,
            std::size_t& slid, Solution& solution);
 
   Settings settings_;
-  Earth earth_;
+  geo::Earth earth_;
   double slowness_;     ///< mean slowness, s/km
   double slowness_sd_;  ///< standard deviation of the slowness, s/km
   std::vector<Observation> obs_;

@@ -39,11 +39,10 @@ std::size_t locate_all(EventReader& reader, const Options& options,
 
   out << Writer::prologue(format);
   auto emit = [&](const std::string& s) {
-    std::size_t from = 0;
-    // The first GeoJSON feature of the run has no separator before it.
-    if (format == Format::geojson && first && !s.empty()) from = 1;
-    if (!s.empty()) first = false;
-    out.write(s.data() + from, static_cast<std::streamsize>(s.size() - from));
+    if (s.empty()) return;
+    if (!first) out << Writer::separator(format);
+    first = false;
+    out.write(s.data(), static_cast<std::streamsize>(s.size()));
   };
   auto read_chunk = [&](Chunk& c) {
     Event e;
@@ -53,7 +52,10 @@ std::size_t locate_all(EventReader& reader, const Options& options,
     return !c.events.empty();
   };
   auto process = [&](Locator& locator, const Writer& writer, Chunk& c) {
-    for (const Event& e : c.events) writer.write(e, locator.locate(e), c.output);
+    for (const Event& e : c.events) {
+      if (!c.output.empty()) c.output += Writer::separator(format);
+      writer.write(e, locator.locate(e), c.output);
+    }
     c.events.clear();
   };
 

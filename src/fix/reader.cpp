@@ -15,7 +15,7 @@
 #include <nlohmann/json.hpp>
 
 #include "class_location.h"
-#include "fix/geodesy.h"
+#include "geo/sphere.h"
 #include "fix/iso_time.h"
 
 namespace fix {
@@ -66,9 +66,9 @@ std::string check_sigma(double v) {
 
 // Brings a checked detection's angles into their ranges.
 void normalise(Detection& d) {
-  d.longitude = wrap180(d.longitude);
+  d.longitude = geo::wrap180(d.longitude);
   if (d.longitude == -180.0) d.longitude = 180.0;
-  d.back_azimuth = wrap360(d.back_azimuth);
+  d.back_azimuth = geo::wrap360(d.back_azimuth);
 }
 
 // ---------------------------------------------------------------------------
