@@ -8,7 +8,7 @@
 #include <sstream>
 
 #include "map/geojson_reader.h"
-#include "map/map_main.h"
+#include "map/output_file.h"
 #include "map/map_view.h"
 
 using namespace vestra::map;
@@ -38,7 +38,7 @@ TEST(MapView, FramesTheTestEvents) {
                         {two.at(1), Projection::stereographic}};
   for (const Case& c : cases) {
     SCOPED_TRACE(c.event.name);
-    const GeoPoint fix = *c.event.fix->at;
+    const LonLat fix = *c.event.fix->at;
     const MapView view = choose_view(framed_points(c.event, std::nullopt), fix, 1.5);
     EXPECT_EQ(view.projection, c.projection);
     EXPECT_FALSE(view.whole_earth);
@@ -47,7 +47,7 @@ TEST(MapView, FramesTheTestEvents) {
       EXPECT_NEAR(view.centre.lat, fix.lat, 1e-9);
       EXPECT_NEAR(view.centre.lon, fix.lon, 1e-9);
     }
-    for (GeoPoint p : framed_points(c.event, std::nullopt)) {
+    for (LonLat p : framed_points(c.event, std::nullopt)) {
       PlanePoint q = project(view.projection, view.centre, p);
       ASSERT_TRUE(q.x > view.low.x && q.x < view.high.x && q.y > view.low.y &&
                   q.y < view.high.y)
@@ -60,7 +60,7 @@ TEST(MapView, FramesTheTestEvents) {
   }
   // A station on the far side of the earth: the whole disk.
   const MapView world =
-      choose_view({{10, 50}, {-165, -45}}, GeoPoint{10, 50}, 1.5);
+      choose_view({{10, 50}, {-165, -45}}, LonLat{10, 50}, 1.5);
   EXPECT_TRUE(world.whole_earth);
 }
 

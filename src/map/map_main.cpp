@@ -1,21 +1,20 @@
 #include "map/map_main.h"
 
 #include <getopt.h>
-#include <stdlib.h>
-#include <unistd.h>
 
+#include <cctype>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <iterator>
 #include <set>
 #include <sstream>
 
 #include "map/geojson_reader.h"
-#include "map/gmt_map.h"
+#include "map/gmt_run.h"
+#include "map/output_file.h"
 #include "version.h"
 
 namespace vestra::map {
@@ -52,6 +51,14 @@ const option kOptions[] = {
     {"version", no_argument, nullptr, kVersion},
     {nullptr, 0, nullptr, 0}};
 
+/// What the command line asks for.
+struct MapOptions {
+  DrawOptions draw;
+  std::string output;       ///< the -o pattern
+  std::string input = "-";  ///< the GeoJSON file; "-" for standard input
+  bool help = false, version = false;
+};
+
 /// A whole decimal number in [lo, hi]; false for anything else.
 bool read_int(const std::string& text, int lo, int hi, int& value) {
   if (text.empty() || !std::isdigit(static_cast<unsigned char>(text[0])))
@@ -79,201 +86,162 @@ std::string lower(std::string s) {
   return s;
 }
 
-/// Removes the run's temporary directory, however the run ends.
-struct TempDir {
-  fs::path path;
-  TempDir() {
-    const char* base = std::getenv("TMPDIR");
-    std::string pattern =
-        std::string(base && *base ? base : "/tmp") + "/vestra-map.XXXXXX";
-    if (!mkdtemp(pattern.data()))
-      throw MapError("cannot make a temporary directory in " +
-                     fs::path(pattern).parent_path().string() + ": " +
-                     std::strerror(errno));
-    path = pattern;
-  }
-  ~TempDir() {
-    std::error_code ignored;
-    fs::remove_all(path, ignored);
-  }
-  TempDir(const TempDir&) = delete;
-  TempDir& operator=(const TempDir&) = delete;
-};
-
-/// Puts `picture` at `target` in one step: a copy beside the target, then
-/// a rename, so that no half-written file ever carries the target's name.
-void install(const fs::path& picture, const fs::path& target) {
-  fs::path dir = target.parent_path();
-  fs::path part = (dir.empty() ? fs::path(".") : dir) /
-                  ("." + target.filename().string() + ".part" +
-                   std::to_string(getpid()));
-  std::error_code ec;
-  fs::copy_file(picture, part, fs::copy_options::overwrite_existing, ec);
-  if (!ec) fs::rename(part, target, ec);
-  if (ec) {
-    std::error_code ignored;
-    fs::remove(part, ignored);
-    throw MapError("cannot write " + target.string() + ": " + ec.message());
+/// Reads one option's value into `o`; throws MapError when it is refused.
+void take_value(int code, const std::string& value, MapOptions& o) {
+  switch (code) {
+    case 'o':
+      o.output = value;
+      break;
+    case kSize: {
+      const auto x = value.find('x');
+      if (x == std::string::npos ||
+          !read_int(value.substr(0, x), 100, 20000, o.draw.width_px) ||
+          !read_int(value.substr(x + 1), 100, 20000, o.draw.height_px))
+        throw MapError("--size: expected WIDTHxHEIGHT in pixels, 100 to "
+                       "20000 each, not \"" + value + "\"");
+      break;
+    }
+    case kDpi:
+      if (!read_int(value, 30, 2400, o.draw.dpi))
+        throw MapError("--dpi: expected a whole number from 30 to 2400, not \"" +
+                       value + "\"");
+      break;
+    case kTruth: {
+      const auto comma = value.find(',');
+      LonLat p;
+      if (comma == std::string::npos ||
+          !read_number(value.substr(0, comma), -90, 90, p.lat) ||
+          !read_number(value.substr(comma + 1), -180, 360, p.lon))
+        throw MapError("--truth: expected LATITUDE,LONGITUDE in degrees, not \"" +
+                       value + "\"");
+      if (p.lon > 180) p.lon -= 360;
+      o.draw.truth = p;
+      break;
+    }
+    case kGmt:
+      o.draw.gmt = value;
+      break;
   }
 }
 
-std::string read_input(const std::string& file) {
+/// The command line; throws MapError when it is refused.
+MapOptions parse_options(const std::vector<std::string>& args) {
+  MapOptions o;
+  std::vector<std::string> storage{"vestra-map"};
+  storage.insert(storage.end(), args.begin(), args.end());
+  std::vector<char*> argv;
+  for (auto& a : storage) argv.push_back(a.data());
+  argv.push_back(nullptr);
+  const int argc = static_cast<int>(storage.size());
+  optind = 0;
+  opterr = 0;
+  for (int c; (c = getopt_long(argc, argv.data(), ":o:h", kOptions, nullptr)) != -1;) {
+    if (c == 'h') o.help = true;
+    else if (c == kVersion) o.version = true;
+    else if (c == ':') throw MapError(storage[optind - 1] + " needs a value");
+    else if (c == '?')
+      throw MapError("unknown option " + storage[optind - 1] +
+                     " (see vestra-map --help)");
+    else take_value(c, optarg ? optarg : "", o);
+  }
+  if (o.help || o.version) return o;
+  if (o.output.empty())
+    throw MapError("no output file: give -o FILE.png or -o FILE.pdf");
+  const std::string ext = lower(fs::path(o.output).extension().string());
+  if (ext != ".png" && ext != ".pdf")
+    throw MapError("-o " + o.output + ": the name must end in .png or .pdf");
+  o.draw.pdf = ext == ".pdf";
+  if (argc - optind > 1) throw MapError("more than one input file");
+  if (optind < argc) o.input = storage[optind];
+  return o;
+}
+
+std::string read_input(const std::string& file, std::istream& in) {
   std::ostringstream text;
   if (file == "-") {
-    text << std::cin.rdbuf();
-    if (std::cin.bad()) throw MapError("cannot read standard input");
+    text << in.rdbuf();
+    if (in.bad()) throw MapError("cannot read standard input");
     return text.str();
   }
-  std::ifstream in(file, std::ios::binary);
-  if (!in) throw MapError(std::strerror(errno));
+  std::ifstream stream(file, std::ios::binary);
+  if (!stream) throw MapError(std::strerror(errno));
   if (fs::is_directory(file)) throw MapError("is a directory");
-  text << in.rdbuf();
+  text << stream.rdbuf();
   return text.str();
+}
+
+/// The events of the input and the file of each; throws MapError.
+std::vector<MapEvent> read_events(const MapOptions& o, std::istream& in,
+                                  std::vector<std::string>& names) {
+  std::vector<MapEvent> events;
+  try {
+    events = read_geojson(read_input(o.input, in));
+  } catch (const std::exception& e) {
+    throw MapError((o.input == "-" ? "standard input" : o.input) + ": " +
+                   e.what());
+  }
+  std::set<std::string> seen;
+  for (std::size_t i = 0; i < events.size(); ++i) {
+    names.push_back(output_name(o.output, events[i], i + 1, events.size()));
+    if (!seen.insert(names.back()).second)
+      throw MapError("two events would be drawn into " + names.back() +
+                     "; use %n in the -o name");
+  }
+  return events;
+}
+
+/// Draws each event in a directory of its own; a failed event is reported
+/// and the others are still drawn. Returns the exit status.
+int draw_all(const std::vector<MapEvent>& events,
+             const std::vector<std::string>& names, const DrawOptions& draw,
+             std::ostream& err) {
+  int status = 0;
+  try {
+    SignalGuard guard;
+    TempDir temp;
+    for (std::size_t i = 0; i < events.size(); ++i) {
+      const fs::path dir = temp.path() / ("event" + std::to_string(i + 1));
+      try {
+        fs::create_directory(dir);
+        install_picture(draw_event(events[i], draw, dir, i + 1), names[i]);
+      } catch (const MapError& e) {
+        err << "vestra-map: event \"" << events[i].name << "\": " << e.what()
+            << "\n";
+        status = 1;
+      }
+    }
+    SignalGuard::check();
+  } catch (const Interrupted& i) {
+    return die_by(i.signal);
+  } catch (const std::exception& e) {
+    err << "vestra-map: " << e.what() << "\n";
+    return 1;
+  }
+  return status;
 }
 
 }  // namespace
 
-std::string output_name(const std::string& pattern, const MapEvent& event,
-                        std::size_t number, std::size_t count) {
-  std::string p = pattern;
-  if (p.find('%') == std::string::npos && count > 1) {
-    const fs::path path(p);
-    const std::string ext = path.extension().string();
-    p = p.substr(0, p.size() - ext.size()) + "-%e" + ext;
-  }
-  std::string out;
-  for (std::size_t i = 0; i < p.size(); ++i) {
-    if (p[i] != '%') {
-      out += p[i];
-      continue;
-    }
-    const char code = i + 1 < p.size() ? p[++i] : '\0';
-    if (code == '%') {
-      out += '%';
-    } else if (code == 'n' || (code == 'e' && event.name.empty())) {
-      out += std::to_string(number);
-    } else if (code == 'e') {
-      for (char c : event.name)
-        out += std::isalnum(static_cast<unsigned char>(c)) || c == '.' ||
-                       c == '-' || c == '_'
-                   ? c
-                   : '_';
-    } else {
-      throw MapError("-o: unknown %" + std::string(1, code) +
-                     " (use %e, %n or %%)");
-    }
-  }
-  return out;
-}
-
-int map_main(int argc, char** argv) {
-  DrawOptions options;
-  std::string output;
-  optind = 1;
-  opterr = 0;
-  try {
-    for (int c; (c = getopt_long(argc, argv, ":o:h", kOptions, nullptr)) != -1;) {
-      const std::string value = optarg ? optarg : "";
-      switch (c) {
-        case 'o':
-          output = value;
-          break;
-        case kSize: {
-          auto x = value.find('x');
-          if (x == std::string::npos ||
-              !read_int(value.substr(0, x), 100, 20000, options.width_px) ||
-              !read_int(value.substr(x + 1), 100, 20000, options.height_px))
-            throw MapError("--size: expected WIDTHxHEIGHT in pixels, 100 to "
-                           "20000 each, not \"" + value + "\"");
-          break;
-        }
-        case kDpi:
-          if (!read_int(value, 30, 2400, options.dpi))
-            throw MapError("--dpi: expected a whole number from 30 to 2400, not \"" +
-                           value + "\"");
-          break;
-        case kTruth: {
-          auto comma = value.find(',');
-          GeoPoint p;
-          if (comma == std::string::npos ||
-              !read_number(value.substr(0, comma), -90, 90, p.lat) ||
-              !read_number(value.substr(comma + 1), -180, 360, p.lon))
-            throw MapError("--truth: expected LATITUDE,LONGITUDE in degrees, not \"" +
-                           value + "\"");
-          if (p.lon > 180) p.lon -= 360;
-          options.truth = p;
-          break;
-        }
-        case kGmt:
-          options.gmt = value;
-          break;
-        case 'h':
-          std::cout << kUsage;
-          return 0;
-        case kVersion:
-          std::cout << "vestra-map (" << shortVersion << ")\n";
-          return 0;
-        case ':':
-          throw MapError(std::string(argv[optind - 1]) + " needs a value");
-        default:
-          throw MapError("unknown option " + std::string(argv[optind - 1]) +
-                         " (see vestra-map --help)");
-      }
-    }
-    if (output.empty()) throw MapError("no output file: give -o FILE.png or -o FILE.pdf");
-    const std::string ext = lower(fs::path(output).extension().string());
-    if (ext != ".png" && ext != ".pdf")
-      throw MapError("-o " + output + ": the name must end in .png or .pdf");
-    options.pdf = ext == ".pdf";
-    if (argc - optind > 1) throw MapError("more than one input file");
-  } catch (const MapError& e) {
-    std::cerr << "vestra-map: " << e.what() << "\n";
-    return 1;
-  }
-
-  const std::string input = optind < argc ? argv[optind] : "-";
-  const std::string input_name = input == "-" ? "standard input" : input;
+int map_main(const std::vector<std::string>& args, std::istream& in,
+             std::ostream& out, std::ostream& err) {
+  MapOptions o;
   std::vector<MapEvent> events;
   std::vector<std::string> names;
   try {
-    try {
-      events = read_geojson(read_input(input));
-    } catch (const std::exception& e) {
-      throw MapError(input_name + ": " + e.what());
+    o = parse_options(args);
+    if (o.help) out << kUsage;
+    if (o.version) out << "vestra-map (" << shortVersion << ")\n";
+    if (o.help || o.version) {
+      out.flush();
+      if (out) return 0;
+      throw MapError("cannot write the output");
     }
-    std::set<std::string> seen;
-    for (std::size_t i = 0; i < events.size(); ++i) {
-      names.push_back(output_name(output, events[i], i + 1, events.size()));
-      if (!seen.insert(names.back()).second)
-        throw MapError("two events would be drawn into " + names.back() +
-                       "; use %n in the -o name");
-    }
+    events = read_events(o, in, names);
   } catch (const MapError& e) {
-    std::cerr << "vestra-map: " << e.what() << "\n";
+    err << "vestra-map: " << e.what() << "\n";
     return 1;
   }
-
-  // Each event is drawn in its own directory; a failed event is reported
-  // and the others are still drawn.
-  int status = 0;
-  try {
-    TempDir temp;
-    for (std::size_t i = 0; i < events.size(); ++i) {
-      const fs::path dir = temp.path / ("event" + std::to_string(i + 1));
-      try {
-        fs::create_directory(dir);
-        install(draw_event(events[i], options, dir, i + 1), names[i]);
-      } catch (const MapError& e) {
-        std::cerr << "vestra-map: event \"" << events[i].name << "\": "
-                  << e.what() << "\n";
-        status = 1;
-      }
-    }
-  } catch (const std::exception& e) {
-    std::cerr << "vestra-map: " << e.what() << "\n";
-    return 1;
-  }
-  return status;
+  return draw_all(events, names, o.draw, err);
 }
 
 }  // namespace vestra::map
