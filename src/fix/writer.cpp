@@ -191,6 +191,47 @@ class Features {
   bool first_ = true;
 };
 
+// Stations: each site once.
+void add_stations(Features& features, const Event& event) {
+  const auto& dets = event.detections;
+  for (std::size_t i = 0; i < dets.size(); ++i) {
+    bool seen = false;
+    for (std::size_t j = 0; j < i && !seen; ++j)
+      seen = dets[j].station == dets[i].station &&
+             dets[j].latitude == dets[i].latitude &&
+             dets[j].longitude == dets[i].longitude;
+    if (seen) continue;
+    Members p = features.begin(
+        Kind::station, point_geometry({dets[i].longitude, dets[i].latitude}));
+    p.add(Key::station, json_string(dets[i].station));
+    features.end(p);
+  }
+}
+
+// Bearings: geodesics from the station along the bearing, to a little
+// beyond the fix.
+void add_bearings(Features& features, const Event& event, const Solution& s,
+                  const geo::Earth& earth) {
+  const bool located = s.status != Status::no_fix;
+  for (std::size_t i = 0; i < event.detections.size(); ++i) {
+    const Detection& d = event.detections[i];
+    const DetectionFit& f = s.detections[i];
+    const double length =
+        located && std::isfinite(f.distance_km)
+            ? std::min(1.1 * f.distance_km + 20.0, 19000.0)
+            : no_fix_line_km;
+    const geo::Line line = geo::geodesic_path(
+        earth, d.latitude, d.longitude, d.back_azimuth, length,
+        max_segment_km);
+    Members p =
+        features.begin(Kind::bearing, geometry(geo::cut_line(line), false));
+    p.add(Key::station, json_string(d.station))
+        .add(Key::back_azimuth, number(d.back_azimuth, 6))
+        .add(Key::used, boolean(f.used));
+    features.end(p);
+  }
+}
+
 }  // namespace
 
 std::string number(double value, int decimals) {
@@ -306,47 +347,14 @@ void Writer::write_json(const Event& event, const Solution& s,
 void Writer::write_geojson(const Event& event, const Solution& s,
                            std::string& out) const {
   const bool located = s.status != Status::no_fix;
-  const auto& dets = event.detections;
   Features features(out, event.name);
-
-  // Stations: each site once.
-  for (std::size_t i = 0; i < dets.size(); ++i) {
-    bool seen = false;
-    for (std::size_t j = 0; j < i && !seen; ++j)
-      seen = dets[j].station == dets[i].station &&
-             dets[j].latitude == dets[i].latitude &&
-             dets[j].longitude == dets[i].longitude;
-    if (seen) continue;
-    Members p = features.begin(
-        Kind::station, point_geometry({dets[i].longitude, dets[i].latitude}));
-    p.add(Key::station, json_string(dets[i].station));
-    features.end(p);
-  }
-
-  // Bearings: geodesics from the station along the bearing, to a little
-  // beyond the fix.
-  for (std::size_t i = 0; i < dets.size(); ++i) {
-    const Detection& d = dets[i];
-    const DetectionFit& f = s.detections[i];
-    const double length =
-        located && std::isfinite(f.distance_km)
-            ? std::min(1.1 * f.distance_km + 20.0, 19000.0)
-            : no_fix_line_km;
-    const geo::Line line = geo::geodesic_path(
-        earth_, d.latitude, d.longitude, d.back_azimuth, length,
-        max_segment_km);
-    Members p =
-        features.begin(Kind::bearing, geometry(geo::cut_line(line), false));
-    p.add(Key::station, json_string(d.station))
-        .add(Key::back_azimuth, number(d.back_azimuth, 6))
-        .add(Key::used, boolean(f.used));
-    features.end(p);
-  }
-
+  add_stations(features, event);
+  add_bearings(features, event, s, earth_);
   for (const Crossing& c : s.crossings) {
     Members p = features.begin(Kind::crossing, point_geometry(c.at));
-    p.add(Key::stations, "[" + json_string(dets[c.first].station) + "," +
-                             json_string(dets[c.second].station) + "]");
+    p.add(Key::stations,
+          "[" + json_string(event.detections[c.first].station) + "," +
+              json_string(event.detections[c.second].station) + "]");
     features.end(p);
   }
 
