@@ -5,6 +5,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "cli/command_line.h"
 #include "geo/vocabulary.h"
 
 namespace vestra::map {
@@ -160,7 +161,7 @@ void add(MapEvent& event, Kind kind, const json& feature, const json& props,
       event.crossings.push_back(point(feature, i, kind));
       break;
     case Kind::fix:
-      if (event.fix) fail(i, "a second fix for event \"" + event.name + "\"");
+      if (event.fix) fail(i, "a second fix for event " + cli::quote(event.name));
       event.fix = fix(feature, props, i);
       break;
     case Kind::ellipse95:
@@ -168,6 +169,19 @@ void add(MapEvent& event, Kind kind, const json& feature, const json& props,
         event.ellipse.push_back(std::move(ring));
       break;
   }
+}
+
+/// The JSON library's message without its prefix ("[json.exception.
+/// parse_error.101] "), the piece of input it quotes ('...') bounded.
+std::string library_message(std::string what) {
+  const auto bracket = what.find("] ");
+  if (bracket != std::string::npos) what.erase(0, bracket + 2);
+  const auto open = what.find('\''), close = what.rfind('\'');
+  if (open != std::string::npos && close > open)
+    what = what.substr(0, open) +
+           cli::quote(std::string_view(what).substr(open + 1, close - open - 1)) +
+           what.substr(close + 1);
+  return what;
 }
 
 /// The document, refused when it is not JSON or nests too deeply.
@@ -183,12 +197,7 @@ json parse(const std::string& input) {
   try {
     return json::parse(input, shallow);
   } catch (const json::exception& e) {
-    // "[json.exception.parse_error.101] parse error at line 3, column 1: ..."
-    std::string what = e.what();
-    auto bracket = what.find("] ");
-    throw MapError("not valid JSON: " + (bracket == std::string::npos
-                                             ? what
-                                             : what.substr(bracket + 2)));
+    throw MapError("not valid JSON: " + library_message(e.what()));
   }
 }
 

@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "cli/command_line.h"
 #include "map/output_file.h"
 
 extern char** environ;
@@ -113,7 +114,7 @@ void run(const std::string& gmt, const Command& args, const fs::path& dir,
   std::string command;
   for (std::size_t i = 0; i < std::min<std::size_t>(strings.size(), 3); ++i)
     command += (i ? " " : "") + strings[i];
-  throw MapError("GMT failed: \"" + command + " ...\" " +
+  throw MapError("GMT failed: " + cli::quote(command + " ...") + " " +
                  (WIFEXITED(status)
                       ? "exited with status " + std::to_string(WEXITSTATUS(status))
                       : "was killed by signal " + std::to_string(WTERMSIG(status))));
@@ -126,8 +127,9 @@ TempDir::TempDir() {
   std::string pattern =
       std::string(base && *base ? base : "/tmp") + "/vestra-map.XXXXXX";
   if (!mkdtemp(pattern.data()))
-    throw MapError(system_error("cannot make a temporary directory in " +
-                                fs::path(pattern).parent_path().string()));
+    throw MapError(system_error(
+        "cannot make a temporary directory in " +
+        cli::quote(fs::path(pattern).parent_path().string())));
   path_ = pattern;
 }
 
@@ -174,14 +176,14 @@ int die_by(int signal) {
 void write_data_file(const fs::path& path, const std::string& contents) {
   const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC,
                       0644);
-  if (fd < 0) throw MapError(system_error("cannot write " + path.string()));
+  if (fd < 0) throw MapError(system_error("cannot write " + cli::quote(path.string())));
   if (!write_all(fd, contents)) {
-    const std::string message = system_error("cannot write " + path.string());
+    const std::string message = system_error("cannot write " + cli::quote(path.string()));
     close(fd);
     throw MapError(message);
   }
   if (close(fd) != 0)
-    throw MapError(system_error("cannot write " + path.string()));
+    throw MapError(system_error("cannot write " + cli::quote(path.string())));
 }
 
 fs::path draw_event(const MapEvent& event, const DrawOptions& options,
@@ -195,8 +197,8 @@ fs::path draw_event(const MapEvent& event, const DrawOptions& options,
   const fs::path picture = dir / plan.picture;
   std::error_code ec;
   if (!fs::is_regular_file(picture, ec) || fs::file_size(picture, ec) == 0)
-    throw MapError("GMT made no picture: " + options.gmt +
-                   " ended without error but wrote no " + plan.picture);
+    throw MapError("GMT made no picture: " + cli::quote(options.gmt) +
+                   " ended without an error but wrote no " + plan.picture);
   return picture;
 }
 

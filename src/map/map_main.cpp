@@ -1,10 +1,7 @@
 #include "map/map_main.h"
 
-#include <getopt.h>
-
 #include <cctype>
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -12,16 +9,18 @@
 #include <set>
 #include <sstream>
 
+#include "cli/command_line.h"
 #include "map/geojson_reader.h"
 #include "map/gmt_run.h"
 #include "map/output_file.h"
-#include "version.h"
 
 namespace vestra::map {
 
 namespace fs = std::filesystem;
 
 namespace {
+
+const char* const kProgram = "vestra-map";
 
 const char* const kUsage =
     "Usage: vestra-map -o FILE.png|FILE.pdf [OPTION]... [GEOJSON]\n"
@@ -37,9 +36,12 @@ const char* const kUsage =
     "      --truth=LAT,LON   mark a known source position\n"
     "      --gmt=PROGRAM     the GMT program to run (default gmt)\n"
     "  -h, --help            this text\n"
-    "      --version         the version\n";
+    "      --version         the version\n"
+    "\n"
+    "Exit status: 0, or 1 after a refused command line or input, or when an\n"
+    "event could not be drawn (the other events are still drawn).\n";
 
-enum { kSize = 256, kDpi, kTruth, kGmt, kVersion };
+enum Code { kSize = cli::kFirstLongOnly, kDpi, kTruth, kGmt };
 
 const option kOptions[] = {
     {"output", required_argument, nullptr, 'o'},
@@ -48,7 +50,7 @@ const option kOptions[] = {
     {"truth", required_argument, nullptr, kTruth},
     {"gmt", required_argument, nullptr, kGmt},
     {"help", no_argument, nullptr, 'h'},
-    {"version", no_argument, nullptr, kVersion},
+    {"version", no_argument, nullptr, cli::kVersion},
     {nullptr, 0, nullptr, 0}};
 
 /// What the command line asks for.
@@ -59,26 +61,58 @@ struct MapOptions {
   bool help = false, version = false;
 };
 
-/// A whole decimal number in [lo, hi]; false for anything else.
-bool read_int(const std::string& text, int lo, int hi, int& value) {
-  if (text.empty() || !std::isdigit(static_cast<unsigned char>(text[0])))
-    return false;
-  errno = 0;
-  char* end = nullptr;
-  long v = std::strtol(text.c_str(), &end, 10);
-  if (errno || *end || v < lo || v > hi) return false;
-  value = static_cast<int>(v);
-  return true;
+/// "W" "x" "H", each a whole number of pixels from 100 to 20000.
+std::string read_size(const std::string& value, DrawOptions& draw) {
+  const auto x = value.find('x');
+  if (x == std::string::npos)
+    return cli::quote(value) + " is not WIDTHxHEIGHT";
+  long long w = 0, h = 0;
+  std::string problem = cli::read_integer(value.substr(0, x), 100, 20000, w);
+  if (problem.empty())
+    problem = cli::read_integer(value.substr(x + 1), 100, 20000, h);
+  if (!problem.empty()) return problem + " (WIDTHxHEIGHT in pixels)";
+  draw.width_px = static_cast<int>(w);
+  draw.height_px = static_cast<int>(h);
+  return "";
 }
 
-bool read_number(const std::string& text, double lo, double hi, double& value) {
-  if (text.empty() || std::isspace(static_cast<unsigned char>(text[0])))
-    return false;
-  char* end = nullptr;
-  double v = std::strtod(text.c_str(), &end);
-  if (*end || !(v >= lo && v <= hi)) return false;
-  value = v;
-  return true;
+/// "LAT,LON" in degrees; a longitude above 180 is taken west.
+std::string read_truth(const std::string& value, DrawOptions& draw) {
+  const auto comma = value.find(',');
+  if (comma == std::string::npos)
+    return cli::quote(value) + " is not LATITUDE,LONGITUDE";
+  LonLat p;
+  std::string problem =
+      cli::read_number(value.substr(0, comma), {-90, 90}, p.lat);
+  if (problem.empty())
+    problem = cli::read_number(value.substr(comma + 1), {-180, 360}, p.lon);
+  if (!problem.empty()) return problem + " (LATITUDE,LONGITUDE in degrees)";
+  if (p.lon > 180) p.lon -= 360;
+  draw.truth = p;
+  return "";
+}
+
+/// Reads one option's value into `o`; "" or what is wrong with it.
+std::string read_option(int code, const std::string& value, MapOptions& o) {
+  switch (code) {
+    case 'o':
+      o.output = value;
+      return "";
+    case kSize:
+      return read_size(value, o.draw);
+    case kDpi: {
+      long long dpi = 0;
+      std::string problem = cli::read_integer(value, 30, 2400, dpi);
+      if (problem.empty()) o.draw.dpi = static_cast<int>(dpi);
+      return problem;
+    }
+    case kTruth:
+      return read_truth(value, o.draw);
+    case kGmt:
+      o.draw.gmt = value;
+      return "";
+  }
+  return "";
 }
 
 std::string lower(std::string s) {
@@ -86,74 +120,32 @@ std::string lower(std::string s) {
   return s;
 }
 
-/// Reads one option's value into `o`; throws MapError when it is refused.
-void take_value(int code, const std::string& value, MapOptions& o) {
-  switch (code) {
-    case 'o':
-      o.output = value;
-      break;
-    case kSize: {
-      const auto x = value.find('x');
-      if (x == std::string::npos ||
-          !read_int(value.substr(0, x), 100, 20000, o.draw.width_px) ||
-          !read_int(value.substr(x + 1), 100, 20000, o.draw.height_px))
-        throw MapError("--size: expected WIDTHxHEIGHT in pixels, 100 to "
-                       "20000 each, not \"" + value + "\"");
-      break;
+/// The command line into `o`; "" or why it is refused.
+std::string parse_options(const std::vector<std::string>& args, MapOptions& o) {
+  cli::OptionReader reader(kProgram, args, "ho:", kOptions);
+  for (int code; (code = reader.next()) != -1;) {
+    if (code == '?') return reader.message();
+    if (code == 'h') {
+      o.help = true;
+    } else if (code == cli::kVersion) {
+      o.version = true;
+    } else {
+      const std::string problem = read_option(code, reader.value(), o);
+      if (!problem.empty()) return reader.bad_value(problem);
     }
-    case kDpi:
-      if (!read_int(value, 30, 2400, o.draw.dpi))
-        throw MapError("--dpi: expected a whole number from 30 to 2400, not \"" +
-                       value + "\"");
-      break;
-    case kTruth: {
-      const auto comma = value.find(',');
-      LonLat p;
-      if (comma == std::string::npos ||
-          !read_number(value.substr(0, comma), -90, 90, p.lat) ||
-          !read_number(value.substr(comma + 1), -180, 360, p.lon))
-        throw MapError("--truth: expected LATITUDE,LONGITUDE in degrees, not \"" +
-                       value + "\"");
-      if (p.lon > 180) p.lon -= 360;
-      o.draw.truth = p;
-      break;
-    }
-    case kGmt:
-      o.draw.gmt = value;
-      break;
   }
-}
-
-/// The command line; throws MapError when it is refused.
-MapOptions parse_options(const std::vector<std::string>& args) {
-  MapOptions o;
-  std::vector<std::string> storage{"vestra-map"};
-  storage.insert(storage.end(), args.begin(), args.end());
-  std::vector<char*> argv;
-  for (auto& a : storage) argv.push_back(a.data());
-  argv.push_back(nullptr);
-  const int argc = static_cast<int>(storage.size());
-  optind = 0;
-  opterr = 0;
-  for (int c; (c = getopt_long(argc, argv.data(), ":o:h", kOptions, nullptr)) != -1;) {
-    if (c == 'h') o.help = true;
-    else if (c == kVersion) o.version = true;
-    else if (c == ':') throw MapError(storage[optind - 1] + " needs a value");
-    else if (c == '?')
-      throw MapError("unknown option " + storage[optind - 1] +
-                     " (see vestra-map --help)");
-    else take_value(c, optarg ? optarg : "", o);
-  }
-  if (o.help || o.version) return o;
-  if (o.output.empty())
-    throw MapError("no output file: give -o FILE.png or -o FILE.pdf");
+  if (o.help || o.version) return "";
+  if (o.output.empty()) return "no output file: give -o FILE.png or -o FILE.pdf";
   const std::string ext = lower(fs::path(o.output).extension().string());
   if (ext != ".png" && ext != ".pdf")
-    throw MapError("-o " + o.output + ": the name must end in .png or .pdf");
+    return "-o: " + cli::quote(o.output) + " does not end in .png or .pdf";
   o.draw.pdf = ext == ".pdf";
-  if (argc - optind > 1) throw MapError("more than one input file");
-  if (optind < argc) o.input = storage[optind];
-  return o;
+  const auto& files = reader.operands();
+  if (files.size() > 1)
+    return "more than one input file: " + cli::quote(files[0]) + ", " +
+           cli::quote(files[1]);
+  if (!files.empty()) o.input = files[0];
+  return "";
 }
 
 std::string read_input(const std::string& file, std::istream& in) {
@@ -177,47 +169,35 @@ std::vector<MapEvent> read_events(const MapOptions& o, std::istream& in,
   try {
     events = read_geojson(read_input(o.input, in));
   } catch (const std::exception& e) {
-    throw MapError((o.input == "-" ? "standard input" : o.input) + ": " +
-                   e.what());
+    throw MapError((o.input == "-" ? "<stdin>" : o.input) + ": " + e.what());
   }
   std::set<std::string> seen;
   for (std::size_t i = 0; i < events.size(); ++i) {
     names.push_back(output_name(o.output, events[i], i + 1, events.size()));
     if (!seen.insert(names.back()).second)
-      throw MapError("two events would be drawn into " + names.back() +
-                     "; use %n in the -o name");
+      throw MapError("two events would be drawn into " +
+                     cli::quote(names.back()) + "; use %n in the -o name");
   }
   return events;
 }
 
 /// Draws each event in a directory of its own; a failed event is reported
-/// and the others are still drawn. Returns the exit status.
-int draw_all(const std::vector<MapEvent>& events,
-             const std::vector<std::string>& names, const DrawOptions& draw,
-             std::ostream& err) {
-  int status = 0;
-  try {
-    SignalGuard guard;
-    TempDir temp;
-    for (std::size_t i = 0; i < events.size(); ++i) {
-      const fs::path dir = temp.path() / ("event" + std::to_string(i + 1));
-      try {
-        fs::create_directory(dir);
-        install_picture(draw_event(events[i], draw, dir, i + 1), names[i]);
-      } catch (const MapError& e) {
-        err << "vestra-map: event \"" << events[i].name << "\": " << e.what()
-            << "\n";
-        status = 1;
-      }
+/// and the others are still drawn.
+void draw_all(const std::vector<MapEvent>& events,
+              const std::vector<std::string>& names, const DrawOptions& draw,
+              cli::Diagnostics& diagnostics) {
+  SignalGuard guard;
+  TempDir temp;
+  for (std::size_t i = 0; i < events.size(); ++i) {
+    const fs::path dir = temp.path() / ("event" + std::to_string(i + 1));
+    try {
+      fs::create_directory(dir);
+      install_picture(draw_event(events[i], draw, dir, i + 1), names[i]);
+    } catch (const MapError& e) {
+      diagnostics.error("event " + cli::quote(events[i].name), e.what());
     }
-    SignalGuard::check();
-  } catch (const Interrupted& i) {
-    return die_by(i.signal);
-  } catch (const std::exception& e) {
-    err << "vestra-map: " << e.what() << "\n";
-    return 1;
   }
-  return status;
+  SignalGuard::check();
 }
 
 }  // namespace
@@ -225,23 +205,23 @@ int draw_all(const std::vector<MapEvent>& events,
 int map_main(const std::vector<std::string>& args, std::istream& in,
              std::ostream& out, std::ostream& err) {
   MapOptions o;
-  std::vector<MapEvent> events;
-  std::vector<std::string> names;
-  try {
-    o = parse_options(args);
-    if (o.help) out << kUsage;
-    if (o.version) out << "vestra-map (" << shortVersion << ")\n";
-    if (o.help || o.version) {
-      out.flush();
-      if (out) return 0;
-      throw MapError("cannot write the output");
-    }
-    events = read_events(o, in, names);
-  } catch (const MapError& e) {
-    err << "vestra-map: " << e.what() << "\n";
-    return 1;
+  const std::string refused = parse_options(args, o);
+  if (!refused.empty()) return cli::refuse_command_line(kProgram, refused, err);
+  cli::Diagnostics diagnostics(kProgram, err);
+  if (o.help || o.version) {
+    out << (o.help ? kUsage : cli::version_line(kProgram));
+    return cli::finish_output(out, diagnostics) ? 0 : 1;
   }
-  return draw_all(events, names, o.draw, err);
+  try {
+    std::vector<std::string> names;
+    const std::vector<MapEvent> events = read_events(o, in, names);
+    draw_all(events, names, o.draw, diagnostics);
+  } catch (const Interrupted& i) {
+    return die_by(i.signal);
+  } catch (const std::exception& e) {
+    diagnostics.error(e.what());
+  }
+  return diagnostics.errors() ? 1 : 0;
 }
 
 }  // namespace vestra::map

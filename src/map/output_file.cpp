@@ -10,6 +10,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "cli/command_line.h"
+
 namespace vestra::map {
 
 namespace fs = std::filesystem;
@@ -71,6 +73,7 @@ std::string output_name(const std::string& pattern, const MapEvent& event,
       out += p[i];
       continue;
     }
+    const std::size_t at = i;
     const char code = i + 1 < p.size() ? p[++i] : '\0';
     if (code == '%')
       out += '%';
@@ -79,7 +82,7 @@ std::string output_name(const std::string& pattern, const MapEvent& event,
     else if (code == 'e')
       out += safe_name(event.name);
     else
-      throw MapError("-o: unknown %" + std::string(1, code) +
+      throw MapError("-o: unknown " + cli::quote(p.substr(at, 2)) +
                      " (use %e, %n or %%)");
   }
   return out;
@@ -94,7 +97,8 @@ void install_picture(const fs::path& picture, const fs::path& target) {
   auto fail = [&](bool made) {
     const std::string reason = std::strerror(errno);
     if (made) unlink(part.c_str());
-    throw MapError("cannot write " + target.string() + ": " + reason);
+    throw MapError("cannot write " + cli::quote(target.string()) + ": " +
+                   reason);
   };
   if (fd < 0) fail(false);
   const mode_t mask = umask(0);
