@@ -31,8 +31,9 @@ std::string usage() {
          "(event station latitude longitude back_azimuth [sigma [time]]);\n"
          "without FILE, or when FILE is -, standard input is read.\n"
          "\n"
-         "  --format=FORMAT     text (default), json (one object per event)\n"
-         "                      or geojson (one FeatureCollection)\n"
+         "  --format=FORMAT     text (default), json (one object per event),\n"
+         "                      geojson (one FeatureCollection) or quakeml\n"
+         "                      (one QuakeML 1.2 document)\n"
          "  --sigma=DEGREES     bearing standard deviation when a detection\n"
          "                      gives none (default 4)\n"
          "  --celerity=MIN:MAX  range of the celerity, km/s (default\n"
@@ -101,7 +102,8 @@ std::string parse_options(const std::vector<std::string>& args,
       if (value == "text") o.format = Format::text;
       else if (value == "json") o.format = Format::json;
       else if (value == "geojson") o.format = Format::geojson;
-      else return bad + " (text, json or geojson)";
+      else if (value == "quakeml") o.format = Format::quakeml;
+      else return bad + " (text, json, geojson or quakeml)";
     } else if (name == "--sigma") {
       double v;
       if (!parse_number(value, v) || !(v > 0.0) || v > 90.0)
