@@ -331,35 +331,23 @@ std::string QuakemlWriter::epilogue() {
 
 void QuakemlWriter::write(const Event& event, const Solution& s,
                           std::size_t index, std::string& out) const {
-  const std::vector<Detection>& dets = event.detections;
-  const std::size_t n = dets.size();
-  const DetectionFit unfitted;
-  auto fit = [&](std::size_t i) -> const DetectionFit& {
-    return i < s.detections.size() ? s.detections[i] : unfitted;
-  };
   const bool located = s.status != Status::no_fix &&
                        std::isfinite(s.latitude) && std::isfinite(s.longitude);
-
   // The event's time: the fitted origin time, else the earliest arrival.
   const bool fitted_time =
       located && s.has_origin && std::isfinite(s.origin_time);
   double event_time = fitted_time ? s.origin_time : nan;
   if (!fitted_time)
-    for (const Detection& d : dets)
+    for (const Detection& d : event.detections)
       if (d.has_time && (std::isnan(event_time) || d.time < event_time))
         event_time = d.time;
-  const std::string time_text = xml_time(event_time, fitted_time ? 1 : 6);
-
+  const std::string time = xml_time(event_time, fitted_time ? 1 : 6);
   const std::string id = std::string(id_root) + "event/" +
                          std::to_string(index + 1) +
                          (event.name.empty() ? "" : "/" + id_name(event.name));
-  const std::string origin_id = id + "/origin";
-  auto pick_id = [&](std::size_t i) {
-    return id + "/pick/" + std::to_string(i + 1);
-  };
 
   open(out, 2, "event", public_id(id));
-  if (located) leaf(out, 3, "preferredOriginID", xml_markup(origin_id, false));
+  if (located) leaf(out, 3, "preferredOriginID", id + "/origin");
   leaf(out, 3, "type", "not reported");
   if (!event.name.empty()) {
     open(out, 3, "description");
@@ -372,137 +360,147 @@ void QuakemlWriter::write(const Event& event, const Solution& s,
   if (event.refused)
     comment(out, 3, plural(event.refused, "detection") +
                         " refused as bad input");
+  if (located) write_origin(event, s, id, time, fitted_time, out);
+  for (std::size_t i = 0; i < event.detections.size(); ++i)
+    write_pick(event.detections[i], id + "/pick/" + std::to_string(i + 1),
+               time, out);
+  close(out, 2, "event");
+}
 
-  if (located) {
-    // From the fix to each station: azimuth and epicentral distance.
-    const double km_per_degree = earth_.mean_radius_km() * deg2rad;
-    std::vector<double> azimuth(n, nan), distance(n, nan);
-    for (std::size_t i = 0; i < n; ++i) {
-      const Geodesic g = earth_.inverse(s.latitude, s.longitude,
-                                        dets[i].latitude, dets[i].longitude);
-      azimuth[i] = wrap360(g.azimuth_1);
-      distance[i] = g.distance_km / km_per_degree;
-    }
+void QuakemlWriter::write_origin(const Event& event, const Solution& s,
+                                 const std::string& id,
+                                 const std::string& time, bool fitted_time,
+                                 std::string& out) const {
+  const std::vector<Detection>& dets = event.detections;
+  const std::size_t n = dets.size();
+  const DetectionFit unfitted;
+  auto fit = [&](std::size_t i) -> const DetectionFit& {
+    return i < s.detections.size() ? s.detections[i] : unfitted;
+  };
 
-    open(out, 3, "origin", public_id(origin_id));
-    if (!time_text.empty()) {
-      open(out, 4, "time");
-      leaf(out, 5, "value", time_text);
-      if (fitted_time && std::isfinite(s.origin_sigma_s)) {
-        const double half = normal975 * s.origin_sigma_s;
-        leaf_number(out, 5, "lowerUncertainty", half, 2);
-        leaf_number(out, 5, "upperUncertainty", half, 2);
-        leaf(out, 5, "confidenceLevel", "95");
-      }
-      close(out, 4, "time");
-    }
-    real_quantity(out, 4, "latitude", s.latitude, 7);
-    real_quantity(out, 4, "longitude", s.longitude, 7);
-    real_quantity(out, 4, "depth", 0.0, 0);
-    leaf(out, 4, "depthType", "operator assigned");
-    leaf(out, 4, "methodID", std::string(id_root) + "method/vestra-fix");
-    leaf(out, 4, "earthModelID", earth_model_id_);
-
-    std::set<std::tuple<std::string, double, double>> stations, used_stations;
-    std::vector<double> used_azimuths, used_distances;
-    std::size_t used = 0;
-    for (std::size_t i = 0; i < n; ++i) {
-      const auto site =
-          std::make_tuple(dets[i].station, dets[i].latitude, dets[i].longitude);
-      stations.insert(site);
-      if (!fit(i).used) continue;
-      ++used;
-      used_stations.insert(site);
-      if (std::isfinite(azimuth[i])) used_azimuths.push_back(azimuth[i]);
-      if (std::isfinite(distance[i])) used_distances.push_back(distance[i]);
-    }
-    open(out, 4, "quality");
-    leaf(out, 5, "associatedPhaseCount", std::to_string(n));
-    leaf(out, 5, "usedPhaseCount", std::to_string(used));
-    leaf(out, 5, "associatedStationCount", std::to_string(stations.size()));
-    leaf(out, 5, "usedStationCount", std::to_string(used_stations.size()));
-    if (!used_azimuths.empty())
-      leaf_number(out, 5, "azimuthalGap", azimuthal_gap(used_azimuths), 3);
-    if (!used_distances.empty()) {
-      leaf_number(out, 5, "maximumDistance",
-                  *std::max_element(used_distances.begin(),
-                                    used_distances.end()),
-                  4);
-      leaf_number(out, 5, "minimumDistance",
-                  *std::min_element(used_distances.begin(),
-                                    used_distances.end()),
-                  4);
-      leaf_number(out, 5, "medianDistance", median(used_distances), 4);
-    }
-    close(out, 4, "quality");
-
-    if (std::isfinite(s.semi_major_km) && std::isfinite(s.semi_minor_km)) {
-      open(out, 4, "originUncertainty");
-      leaf_number(out, 5, "minHorizontalUncertainty", 1000.0 * s.semi_minor_km,
-                  0);
-      leaf_number(out, 5, "maxHorizontalUncertainty", 1000.0 * s.semi_major_km,
-                  0);
-      leaf_number(out, 5, "azimuthMaxHorizontalUncertainty", s.azimuth_deg, 2);
-      leaf(out, 5, "preferredDescription", "uncertainty ellipse");
-      leaf(out, 5, "confidenceLevel", "95");
-      close(out, 4, "originUncertainty");
-    }
-    leaf(out, 4, "evaluationMode", "automatic");
-    if (s.status != Status::ok)
-      comment(out, 4, std::string(status_name(s.status)) + ": " + s.reason);
-    if (!fitted_time)
-      comment(out, 4,
-              time_text.empty()
-                  ? "no arrival time: the origin time is unknown"
-                  : "origin time not fitted: the earliest arrival time");
-
-    for (std::size_t i = 0; i < n; ++i) {
-      const DetectionFit& f = fit(i);
-      open(out, 4, "arrival",
-           public_id(id + "/arrival/" + std::to_string(i + 1)));
-      leaf(out, 5, "pickID", xml_markup(pick_id(i), false));
-      leaf(out, 5, "phase", "I");
-      leaf_number(out, 5, "azimuth", azimuth[i], 3);
-      leaf_number(out, 5, "distance", distance[i], 4);
-      leaf_number(out, 5, "timeResidual", f.residual_s, 2);
-      leaf_number(out, 5, "backazimuthResidual", f.residual_deg, 3);
-      const bool timed = f.used && dets[i].has_time && fitted_time;
-      leaf(out, 5, "timeWeight", timed ? "1" : "0");
-      leaf(out, 5, "backazimuthWeight", f.used ? "1" : "0");
-      close(out, 4, "arrival");
-    }
-    close(out, 3, "origin");
+  // From the fix to each station: azimuth and epicentral distance.
+  const double km_per_degree = earth_.mean_radius_km() * deg2rad;
+  std::vector<double> azimuth(n), distance(n);
+  for (std::size_t i = 0; i < n; ++i) {
+    const Geodesic g = earth_.inverse(s.latitude, s.longitude,
+                                      dets[i].latitude, dets[i].longitude);
+    azimuth[i] = wrap360(g.azimuth_1);
+    distance[i] = g.distance_km / km_per_degree;
   }
+
+  open(out, 3, "origin", public_id(id + "/origin"));
+  if (!time.empty()) {
+    open(out, 4, "time");
+    leaf(out, 5, "value", time);
+    if (fitted_time && std::isfinite(s.origin_sigma_s)) {
+      const double half = normal975 * s.origin_sigma_s;
+      leaf_number(out, 5, "lowerUncertainty", half, 2);
+      leaf_number(out, 5, "upperUncertainty", half, 2);
+      leaf(out, 5, "confidenceLevel", "95");
+    }
+    close(out, 4, "time");
+  }
+  real_quantity(out, 4, "latitude", s.latitude, 7);
+  real_quantity(out, 4, "longitude", s.longitude, 7);
+  real_quantity(out, 4, "depth", 0.0, 0);
+  leaf(out, 4, "depthType", "operator assigned");
+  leaf(out, 4, "methodID", std::string(id_root) + "method/vestra-fix");
+  leaf(out, 4, "earthModelID", earth_model_id_);
+
+  // Sites are told apart by name and position.
+  std::set<std::tuple<std::string, double, double>> stations, used_stations;
+  std::vector<double> used_azimuths, used_distances;
+  std::size_t used = 0;
+  for (std::size_t i = 0; i < n; ++i) {
+    const auto site =
+        std::make_tuple(dets[i].station, dets[i].latitude, dets[i].longitude);
+    stations.insert(site);
+    if (!fit(i).used) continue;
+    ++used;
+    used_stations.insert(site);
+    if (std::isfinite(azimuth[i])) used_azimuths.push_back(azimuth[i]);
+    if (std::isfinite(distance[i])) used_distances.push_back(distance[i]);
+  }
+  open(out, 4, "quality");
+  leaf(out, 5, "associatedPhaseCount", std::to_string(n));
+  leaf(out, 5, "usedPhaseCount", std::to_string(used));
+  leaf(out, 5, "associatedStationCount", std::to_string(stations.size()));
+  leaf(out, 5, "usedStationCount", std::to_string(used_stations.size()));
+  if (!used_azimuths.empty())
+    leaf_number(out, 5, "azimuthalGap", azimuthal_gap(used_azimuths), 3);
+  if (!used_distances.empty()) {
+    const auto [least, most] =
+        std::minmax_element(used_distances.begin(), used_distances.end());
+    leaf_number(out, 5, "maximumDistance", *most, 4);
+    leaf_number(out, 5, "minimumDistance", *least, 4);
+    leaf_number(out, 5, "medianDistance", median(used_distances), 4);
+  }
+  close(out, 4, "quality");
+
+  if (std::isfinite(s.semi_major_km) && std::isfinite(s.semi_minor_km)) {
+    open(out, 4, "originUncertainty");
+    leaf_number(out, 5, "minHorizontalUncertainty", 1000.0 * s.semi_minor_km,
+                0);
+    leaf_number(out, 5, "maxHorizontalUncertainty", 1000.0 * s.semi_major_km,
+                0);
+    leaf_number(out, 5, "azimuthMaxHorizontalUncertainty", s.azimuth_deg, 2);
+    leaf(out, 5, "preferredDescription", "uncertainty ellipse");
+    leaf(out, 5, "confidenceLevel", "95");
+    close(out, 4, "originUncertainty");
+  }
+  leaf(out, 4, "evaluationMode", "automatic");
+  if (s.status != Status::ok)
+    comment(out, 4, std::string(status_name(s.status)) + ": " + s.reason);
+  if (!fitted_time)
+    comment(out, 4, time.empty()
+                        ? "no arrival time: the origin time is unknown"
+                        : "origin time not fitted: the earliest arrival time");
 
   for (std::size_t i = 0; i < n; ++i) {
-    const Detection& d = dets[i];
-    const std::string clean_name = xml_clean(d.station);
-    open(out, 3, "pick", public_id(pick_id(i)));
-    const std::string own_time = d.has_time ? xml_time(d.time, 6) : "";
-    if (!own_time.empty()) {
-      open(out, 4, "time");
-      leaf(out, 5, "value", own_time);
-      leaf_number(out, 5, "uncertainty", settings_.pick_error_s, 3);
-      close(out, 4, "time");
-    } else if (!time_text.empty()) {
-      open(out, 4, "time");
-      leaf(out, 5, "value", time_text);
-      close(out, 4, "time");
-    }
-    indent(out, 4);
-    out += "<waveformID" + waveform_attributes(stream_codes(clean_name)) +
-           "/>\n";
-    real_quantity(out, 4, "backazimuth", wrap360(d.back_azimuth), 6,
-                  d.sigma > 0.0 ? d.sigma : settings_.sigma_deg, 6);
-    leaf(out, 4, "phaseHint", "I");
-    comment(out, 4,
-            "station " + (clean_name.empty() ? "" : clean_name + " ") + "at " +
-                number(d.latitude, 7) + ", " + number(d.longitude, 7));
-    if (own_time.empty() && !time_text.empty())
-      comment(out, 4, "no arrival time: the event's time stands in");
-    close(out, 3, "pick");
+    const DetectionFit& f = fit(i);
+    const std::string number_in_event = std::to_string(i + 1);
+    open(out, 4, "arrival", public_id(id + "/arrival/" + number_in_event));
+    leaf(out, 5, "pickID", id + "/pick/" + number_in_event);
+    leaf(out, 5, "phase", "I");
+    leaf_number(out, 5, "azimuth", azimuth[i], 3);
+    leaf_number(out, 5, "distance", distance[i], 4);
+    leaf_number(out, 5, "timeResidual", f.residual_s, 2);
+    leaf_number(out, 5, "backazimuthResidual", f.residual_deg, 3);
+    const bool timed = f.used && dets[i].has_time && fitted_time;
+    leaf(out, 5, "timeWeight", timed ? "1" : "0");
+    leaf(out, 5, "backazimuthWeight", f.used ? "1" : "0");
+    close(out, 4, "arrival");
   }
-  close(out, 2, "event");
+  close(out, 3, "origin");
+}
+
+void QuakemlWriter::write_pick(const Detection& d, const std::string& id,
+                               const std::string& event_time,
+                               std::string& out) const {
+  const std::string name = xml_clean(d.station);
+  const std::string own_time = d.has_time ? xml_time(d.time, 6) : "";
+  open(out, 3, "pick", public_id(id));
+  if (!own_time.empty()) {
+    open(out, 4, "time");
+    leaf(out, 5, "value", own_time);
+    leaf_number(out, 5, "uncertainty", settings_.pick_error_s, 3);
+    close(out, 4, "time");
+  } else if (!event_time.empty()) {
+    open(out, 4, "time");
+    leaf(out, 5, "value", event_time);
+    close(out, 4, "time");
+  }
+  indent(out, 4);
+  out += "<waveformID" + waveform_attributes(stream_codes(name)) + "/>\n";
+  real_quantity(out, 4, "backazimuth", wrap360(d.back_azimuth), 6,
+                d.sigma > 0.0 ? d.sigma : settings_.sigma_deg, 6);
+  leaf(out, 4, "phaseHint", "I");
+  comment(out, 4,
+          "station " + (name.empty() ? "" : name + " ") + "at " +
+              number(d.latitude, 7) + ", " + number(d.longitude, 7));
+  if (own_time.empty() && !event_time.empty())
+    comment(out, 4, "no arrival time: the event's time stands in");
+  close(out, 3, "pick");
 }
 
 std::string to_quakeml(const std::vector<Event>& events,

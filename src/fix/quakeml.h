@@ -45,6 +45,17 @@ class QuakemlWriter {
   static std::string epilogue();
 
  private:
+  /// The <origin> of a located event, with an <arrival> per detection;
+  /// `id` is the event's publicID, `time` its time as written (or "") and
+  /// `fitted_time` whether that is a fitted origin time.
+  void write_origin(const Event& event, const Solution& solution,
+                    const std::string& id, const std::string& time,
+                    bool fitted_time, std::string& out) const;
+  /// The <pick> `id` of detection `d`; `event_time` stands in for a
+  /// detection without an arrival time.
+  void write_pick(const Detection& d, const std::string& id,
+                  const std::string& event_time, std::string& out) const;
+
   const Earth& earth_;
   Settings settings_;
   std::string earth_model_id_;
