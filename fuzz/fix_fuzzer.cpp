@@ -16,7 +16,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::istringstream in(
       std::string(reinterpret_cast<const char*>(data), size));
   std::ostringstream messages;
-  fix::Diagnostics diagnostics(messages);
+  fix::Diagnostics diagnostics("vestra-fix", messages);
   const auto reader = fix::open_reader(in, "fuzz", diagnostics);
   static fix::Locator locator{fix::Settings{}};
   const fix::Writer text(fix::Format::text, locator.earth());

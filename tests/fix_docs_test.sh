@@ -12,7 +12,7 @@ page_formats "$page"
 options=$("$program" --help | grep -o -- '--[a-z][a-z-]*' | sort -u)
 [[ -n $options ]] || fail "no options in the help text"
 in_page=$(grep -o -- '\\-\\-[a-z][a-z\\-]*[a-z]' "$page" | sed 's/\\-/-/g' |
-          grep -v -- '--\(pipe\|keep-order\|colsep\|group-by\|job-name\|array\|cpus-per-task\|dependency\|display\)$' |
+          grep -v -- '--\(form\|pipe\|keep-order\|colsep\|group-by\|job-name\|array\|cpus-per-task\|dependency\|display\)$' |
           sort -u)
 [[ $options == "$in_page" ]] ||
     fail "options of the help text and the page differ:"$'\n'"$(diff <(echo "$options") <(echo "$in_page"))"

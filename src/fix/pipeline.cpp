@@ -65,7 +65,8 @@ std::size_t locate_all(EventReader& reader, const Options& options,
     Locator locator(options.settings);
     const Writer writer(format, locator.earth(), options.settings);
     Chunk c;
-    while (read_chunk(c)) {
+    // A failed write (a full disk) ends the run at once.
+    while (out && read_chunk(c)) {
       c.output.clear();
       process(locator, writer, c);
       emit(c.output);
@@ -111,7 +112,7 @@ std::size_t locate_all(EventReader& reader, const Options& options,
       }
     };
 
-    for (;;) {
+    while (out) {
       auto c = std::make_unique<Chunk>();
       if (!read_chunk(*c)) break;
       std::unique_lock<std::mutex> lock(mutex);

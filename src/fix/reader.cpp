@@ -20,11 +20,6 @@
 
 namespace fix {
 
-void Diagnostics::error(const std::string& where, const std::string& message) {
-  err_ << "vestra-fix: " << where << ": " << message << '\n';
-  ++errors_;
-}
-
 std::string quote(std::string_view text) {
   std::string q = "'";
   for (std::size_t i = 0; i < text.size() && i < 40; ++i) {
