@@ -13,8 +13,9 @@ std::string usage() {
          "(event station latitude longitude back_azimuth [sigma [time]]);\n"
          "without FILE, or when FILE is -, standard input is read.\n"
          "\n"
-         "  --format=FORMAT     text (default), json (one object per event)\n"
-         "                      or geojson (one FeatureCollection)\n"
+         "  --format=FORMAT     text (default), json (one object per event),\n"
+         "                      geojson (one FeatureCollection) or quakeml\n"
+         "                      (one QuakeML 1.2 document)\n"
          "  --sigma=DEGREES     bearing standard deviation when a detection\n"
          "                      gives none (default 4)\n"
          "  --celerity=MIN:MAX  range of the celerity, km/s (default\n"
@@ -73,7 +74,10 @@ std::string read_option(int code, const std::string& value, Options& o) {
       if (value == "text") o.format = Format::text;
       else if (value == "json") o.format = Format::json;
       else if (value == "geojson") o.format = Format::geojson;
-      else return cli::quote(value) + " is not one of text, json, geojson";
+      else if (value == "quakeml") o.format = Format::quakeml;
+      else
+        return cli::quote(value) +
+               " is not one of text, json, geojson, quakeml";
       return "";
     case kSigma:
       return cli::read_number(value, sigma_range, o.settings.sigma_deg);

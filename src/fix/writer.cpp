@@ -245,7 +245,8 @@ std::string number(double value, int decimals) {
   return s;
 }
 
-std::string_view Writer::prologue(Format format) {
+std::string Writer::prologue(Format format) {
+  if (format == Format::quakeml) return QuakemlWriter::prologue();
   return format == Format::geojson
              ? "{\"type\":\"FeatureCollection\",\"features\":["
              : "";
@@ -255,12 +256,13 @@ std::string_view Writer::separator(Format format) {
   return format == Format::geojson ? "," : "";
 }
 
-std::string_view Writer::epilogue(Format format) {
+std::string Writer::epilogue(Format format) {
+  if (format == Format::quakeml) return QuakemlWriter::epilogue();
   return format == Format::geojson ? "\n]}\n" : "";
 }
 
 void Writer::write(const Event& event, const Solution& solution,
-                   std::string& out) const {
+                   std::string& out, std::size_t index) const {
   switch (format_) {
     case Format::text:
       write_text(event, solution, out);
@@ -270,6 +272,9 @@ void Writer::write(const Event& event, const Solution& solution,
       break;
     case Format::geojson:
       write_geojson(event, solution, out);
+      break;
+    case Format::quakeml:
+      quakeml_.write(event, solution, index, out);
       break;
   }
 }
