@@ -123,18 +123,12 @@ std::string lower(std::string s) {
 /// The command line into `o`; "" or why it is refused.
 std::string parse_options(const std::vector<std::string>& args, MapOptions& o) {
   cli::OptionReader reader(kProgram, args, "ho:", kOptions);
-  for (int code; (code = reader.next()) != -1;) {
-    if (code == '?') return reader.message();
-    if (code == 'h') {
-      o.help = true;
-    } else if (code == cli::kVersion) {
-      o.version = true;
-    } else {
-      const std::string problem = read_option(code, reader.value(), o);
-      if (!problem.empty()) return reader.bad_value(problem);
-    }
-  }
-  if (o.help || o.version) return "";
+  const std::string refused = cli::read_options(
+      reader, o.help, o.version,
+      [&](int code, const std::string& value) {
+        return read_option(code, value, o);
+      });
+  if (!refused.empty() || o.help || o.version) return refused;
   if (o.output.empty()) return "no output file: give -o FILE.png or -o FILE.pdf";
   const std::string ext = lower(fs::path(o.output).extension().string());
   if (ext != ".png" && ext != ".pdf")
