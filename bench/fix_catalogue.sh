@@ -3,10 +3,10 @@
 # times (text format): throughput with 1 and 2 jobs on 100,000 events, and
 # peak memory (maximum resident set size) for 10,000 and 100,000 events.
 #
-#   bench/fix_catalogue.sh [build-dir]      (default: build; after make bench)
+#   bench/fix_catalogue.sh [build-dir]      (default: build-bench; after make bench)
 set -euo pipefail
 cd "$(dirname "$0")/.."
-build=$(realpath "${1:-build}")
+build=$(realpath "${1:-build-bench}")
 [ -x "$build/bench/fix_catalogue" ] ||
   { echo "build $build/bench/fix_catalogue first (make bench)"; exit 1; }
 work=$(mktemp -d)

@@ -16,12 +16,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::istringstream in(
       std::string(reinterpret_cast<const char*>(data), size));
   std::ostringstream messages;
-  fix::Diagnostics diagnostics(messages);
+  fix::Diagnostics diagnostics("vestra-fix", messages);
   const auto reader = fix::open_reader(in, "fuzz", diagnostics);
   static fix::Locator locator{fix::Settings{}};
   const fix::Writer text(fix::Format::text, locator.earth());
   const fix::Writer json(fix::Format::json, locator.earth());
   const fix::Writer geojson(fix::Format::geojson, locator.earth());
+  const fix::Writer quakeml(fix::Format::quakeml, locator.earth());
   fix::Event event;
   std::string out;
   // The crossings are pairwise and a bearing line is drawn in 10 km steps:
@@ -32,6 +33,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     text.write(event, s, out);
     json.write(event, s, out);
     if (event.detections.size() <= 4) geojson.write(event, s, out);
+    quakeml.write(event, s, out, static_cast<std::size_t>(n));
     out.clear();
   }
   return 0;

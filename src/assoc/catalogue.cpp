@@ -36,10 +36,11 @@ std::uint32_t Catalogue::site_of(const fix::Detection& d) {
   auto [it, added] =
       site_index_.emplace(key, static_cast<std::uint32_t>(sites.size()));
   if (added) {
-    Site s{d.station.empty() ? site_place(d) : d.station, d.latitude, d.longitude,
-           fix::unit_vector(d.latitude, d.longitude), {}, {}};
-    tangent_basis(s.p, s.east, s.north);
-    sites.push_back(s);
+    const geo::LocalFrame frame = geo::local_frame(d.latitude, d.longitude);
+    sites.push_back({d.station.empty() ? site_place(d) : d.station,
+                     d.latitude, d.longitude,
+                     geo::unit_vector(d.latitude, d.longitude), frame.east,
+                     frame.north});
     by_site.emplace_back();
     site_times.emplace_back();
   }
@@ -56,10 +57,10 @@ void Catalogue::append(const std::vector<fix::Detection>& detections,
     a.input = i;  // for now: the index in this batch
     a.site = site_of(d);
     a.time = d.time;
-    a.bearing = fix::wrap360(d.back_azimuth);
+    a.bearing = geo::wrap360(d.back_azimuth);
     a.sigma = d.sigma > 0.0 ? d.sigma : sigma_;
     const Site& s = sites[a.site];
-    const double b = a.bearing * fix::deg2rad;
+    const double b = a.bearing * geo::deg2rad;
     a.along = std::sin(b) * s.east + std::cos(b) * s.north;
     a.normal = cross(s.p, a.along);
     a.ln_clutter = ln_clutter[i];

@@ -48,9 +48,9 @@ constexpr int max_additions = 64;
 constexpr double ln_2pi = 1.8378770664093453;
 constexpr Id none = static_cast<Id>(-1);
 
-using fix::deg2rad;
-using fix::rad2deg;
-using fix::wrap180;
+using geo::deg2rad;
+using geo::rad2deg;
+using geo::wrap180;
 
 // Solves the symmetric positive definite 3x3 system a x = b; false when a
 // is not positive definite.

@@ -1,16 +1,16 @@
-// Vector arithmetic on the unit sphere, for the association's fast
-// geometry: points are unit vectors of the earth-centred frame, a bearing
-// at a point is the great circle through it in that direction, and
+// Vector arithmetic on the unit sphere (geo's Vec3), for the association's
+// fast geometry: points are unit vectors of the earth-centred frame, a
+// bearing at a point is the great circle through it in that direction, and
 // distances are angles (radians) times the mean radius.
 #pragma once
 
 #include <cmath>
 
-#include "fix/geodesy.h"
+#include "geo/sphere.h"
 
 namespace assoc {
 
-using fix::Vec3;
+using geo::Vec3;
 
 inline double dot(const Vec3& a, const Vec3& b) {
   return a.x * b.x + a.y * b.y + a.z * b.z;

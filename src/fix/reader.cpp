@@ -15,15 +15,10 @@
 #include <nlohmann/json.hpp>
 
 #include "class_location.h"
-#include "fix/geodesy.h"
+#include "geo/sphere.h"
 #include "fix/iso_time.h"
 
 namespace fix {
-
-void Diagnostics::error(const std::string& where, const std::string& message) {
-  err_ << "vestra-fix: " << where << ": " << message << '\n';
-  ++errors_;
-}
 
 std::string quote(std::string_view text) {
   std::string q = "'";
@@ -66,9 +61,9 @@ std::string check_sigma(double v) {
 
 // Brings a checked detection's angles into their ranges.
 void normalise(Detection& d) {
-  d.longitude = wrap180(d.longitude);
+  d.longitude = geo::wrap180(d.longitude);
   if (d.longitude == -180.0) d.longitude = 180.0;
-  d.back_azimuth = wrap360(d.back_azimuth);
+  d.back_azimuth = geo::wrap360(d.back_azimuth);
 }
 
 // ---------------------------------------------------------------------------

@@ -25,22 +25,13 @@
 #include <string>
 #include <string_view>
 
+#include "cli/command_line.h"
 #include "fix/event.h"
 
 namespace fix {
 
-/// Reports bad input on a stream ("vestra-fix: <where>: <message>") and
-/// counts the reports.
-class Diagnostics {
- public:
-  explicit Diagnostics(std::ostream& err) : err_(err) {}
-  void error(const std::string& where, const std::string& message);
-  std::size_t errors() const { return errors_; }
-
- private:
-  std::ostream& err_;
-  std::size_t errors_ = 0;
-};
+/// Reports bad input ("vestra-fix: <where>: <message>") and counts it.
+using Diagnostics = cli::Diagnostics;
 
 /// The events of one input, in input order.
 class EventReader {
