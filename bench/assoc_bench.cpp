@@ -10,6 +10,7 @@
 //     --max-false=F    with copies: the threshold from them
 //     --no-locate      skip the location figures
 //     --random=R       random clutter per array-hour instead of the world's
+//     --seed=N         the worlds' seed instead of their own
 //   assoc_bench --stream=WEEKS [--jobs=N]
 //     global weeks generated one after the other (seeds 1001, 1002, ...)
 //     and streamed through the association: time and peak memory.
@@ -110,6 +111,7 @@ int main(int argc, char** argv) {
   bool locate = true;
   int weeks = 0;
   double random = -1.0;
+  long seed = -1;
   for (int i = 1; i < argc; ++i) {
     const char* a = argv[i];
     if (std::strncmp(a, "--jobs=", 7) == 0)
@@ -122,6 +124,8 @@ int main(int argc, char** argv) {
       options.max_false = std::atof(a + 12);
     else if (std::strncmp(a, "--stream=", 9) == 0)
       weeks = std::atoi(a + 9);
+    else if (std::strncmp(a, "--seed=", 7) == 0)
+      seed = std::atol(a + 7);
     else if (std::strncmp(a, "--random=", 9) == 0)
       random = std::atof(a + 9);
     else if (std::strcmp(a, "--no-locate") == 0)
@@ -139,6 +143,7 @@ int main(int argc, char** argv) {
     Targets t;
     world::Config c = config(name, t);
     if (random >= 0.0) c.random_per_hour = random;
+    if (seed >= 0) c.seed = static_cast<std::uint64_t>(seed);
     const world::World w = world::generate(c);
     const auto t0 = std::chrono::steady_clock::now();
     const assoc::Result result = assoc::associate(w.detections, options);
