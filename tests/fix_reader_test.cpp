@@ -388,6 +388,38 @@ TEST(FixInputs, SeveralFilesAreOneInput) {
   }
 }
 
+// Inputs longer than the blocks they are read in: lines, elements and
+// strings across the blocks' ends, and the line numbers after them.
+TEST(FixInputs, LongInputs) {
+  std::string text, json = "[\n";
+  for (int i = 0; i < 4000; ++i) {
+    text += "E" + std::to_string(i / 2) + " A 60 10 " + std::to_string(i % 360) + "\n";
+    json += R"( {"Latitude": 60, "Longitude": 10, "Back Azimuth": )" +
+            std::to_string(i % 360) + "},\n";
+  }
+  const std::string note(200000, 'x');
+  const std::string long_element =
+      R"({"Latitude": 60, "Longitude": 10, "Back Azimuth": 1, "Note": ")" +
+      note + "\"}";
+  text += "E9 " + note + " 60 10 x\nE9 A 60 10 1";
+  json += " " + long_element + ",\n {\"Latitude\": x}\n]";
+  const Records t = read(text);
+  EXPECT_EQ(t.records.size(), 4002u);
+  EXPECT_EQ(t.records[3999].detection.back_azimuth, 3999 % 360);
+  EXPECT_EQ(t.messages,
+            "vestra-fix: <stdin>:4001: back azimuth: not a number: 'x'\n");
+  const Records j = read(json, true);
+  ASSERT_EQ(j.records.size(), 4002u);
+  EXPECT_EQ(j.records[3999].detection.back_azimuth, 3999 % 360);
+  EXPECT_EQ(j.records[3999].raw.text,
+            R"({"Latitude": 60, "Longitude": 10, "Back Azimuth": 39})");
+  EXPECT_EQ(j.records[4000].raw.text, long_element);
+  EXPECT_EQ(j.messages,
+            "vestra-fix: <stdin>: [4001]: \"Latitude\": JSON syntax error at "
+            "line 4003: a missing or misplaced comma, colon, brace or "
+            "bracket\n");
+}
+
 // A stream buffer that gives `text` up to byte `limit` and then fails as
 // a failing read(2) makes the standard library's file buffer fail.
 class FailingBuffer : public std::streambuf {
