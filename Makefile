@@ -39,12 +39,15 @@ asan: deps
 	cmake --build $(ASAN_BUILD) -j$(JOBS)
 	ctest --test-dir $(ASAN_BUILD) --output-on-failure -j$(JOBS)
 
-# Benchmarks (Google Benchmark, GeographicLib as the reference).
+# Benchmarks (Google Benchmark, GeographicLib as the reference), in their
+# own build directory.
+BENCH_BUILD ?= build-bench
 bench: deps
 	@sh ./bootstrap --install libbenchmark-dev
-	cmake -S . -B $(BUILD) -DVESTRA_BENCH=ON
-	cmake --build $(BUILD) -j$(JOBS) --target vestra_bench fix_catalogue
-	$(BUILD)/bench/vestra_bench $(BENCH_ARGS)
+	cmake -S . -B $(BENCH_BUILD) -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+	  -DVESTRA_BENCH=ON -DBUILD_TESTING=OFF
+	cmake --build $(BENCH_BUILD) -j$(JOBS)
+	$(BENCH_BUILD)/bench/vestra_bench $(BENCH_ARGS)
 
 FUZZ_BUILD ?= build-fuzz
 FUZZ_SECONDS ?= 60
@@ -60,4 +63,4 @@ fuzz: deps
 	done
 
 clean:
-	rm -rf $(BUILD) $(ASAN_BUILD) $(FUZZ_BUILD)
+	rm -rf $(BUILD) $(ASAN_BUILD) $(FUZZ_BUILD) $(BENCH_BUILD)

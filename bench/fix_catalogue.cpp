@@ -90,7 +90,7 @@ int read(const std::vector<std::string>& files) {
   std::uintmax_t bytes = 0;
   for (const std::string& f : files) bytes += std::filesystem::file_size(f);
   std::ostringstream messages;
-  fix::Diagnostics diagnostics(messages);
+  fix::Diagnostics diagnostics("vestra-fix", messages);
   std::istringstream none;
   const auto start = std::chrono::steady_clock::now();
   fix::DetectionReader reader(files, none, diagnostics);

@@ -5,10 +5,10 @@
 # size) for 10,000 and 100,000 events of text, and the reader alone (every
 # detection read, not located) in MB/s for both formats.
 #
-#   bench/fix_catalogue.sh [build-dir]      (default: build; after make bench)
+#   bench/fix_catalogue.sh [build-dir]      (default: build-bench; after make bench)
 set -euo pipefail
 cd "$(dirname "$0")/.."
-build=$(realpath "${1:-build}")
+build=$(realpath "${1:-build-bench}")
 [ -x "$build/bench/fix_catalogue" ] ||
   { echo "build $build/bench/fix_catalogue first (make bench)"; exit 1; }
 work=$(mktemp -d)

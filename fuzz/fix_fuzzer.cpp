@@ -19,7 +19,7 @@
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::string bytes(reinterpret_cast<const char*>(data), size);
   std::ostringstream messages;
-  fix::Diagnostics diagnostics(messages);
+  fix::Diagnostics diagnostics("vestra-fix", messages);
   {
     std::istringstream in(bytes);
     fix::DetectionReader all({"-"}, in, diagnostics, {.keep_raw = true});
@@ -35,6 +35,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const fix::Writer text(fix::Format::text, locator.earth());
   const fix::Writer json(fix::Format::json, locator.earth());
   const fix::Writer geojson(fix::Format::geojson, locator.earth());
+  const fix::Writer quakeml(fix::Format::quakeml, locator.earth());
   fix::Event event;
   std::string out;
   // The crossings are pairwise and a bearing line is drawn in 10 km steps:
@@ -45,6 +46,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     text.write(event, s, out);
     json.write(event, s, out);
     if (event.detections.size() <= 4) geojson.write(event, s, out);
+    quakeml.write(event, s, out, static_cast<std::size_t>(n));
     out.clear();
   }
   return 0;

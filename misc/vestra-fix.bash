@@ -40,7 +40,7 @@ _vestra_fix()
         local IFS=$' \t\n' word
         case $opt in
         --format)
-            for word in text json geojson; do
+            for word in text json geojson quakeml; do
                 [[ $word == "$val"* ]] && COMPREPLY+=("$keep$word")
             done ;;
         --ellipsoid)

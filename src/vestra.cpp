@@ -15,6 +15,7 @@
 #include <sstream>
 
 #include "GFC.h"
+#include "cli/command_line.h"
 #include "class_vestra.h"
 #include "distance.h"
 #include "lib/logfile.h"
@@ -171,23 +172,9 @@ bool norsar(const std::string& progname) {
 
 namespace {
 
-// A value as quoted in a number message: values longer than 64 bytes are
-// cut there, before a UTF-8 continuation byte rather than inside a
-// character, and the message says how long the whole value was.
-constexpr std::size_t shown_bytes = 64;
-
-std::string quoted_value(const std::string& text) {
-  if (text.size() <= shown_bytes) return "\"" + text + "\"";
-  std::size_t cut = shown_bytes;
-  while (cut > 0 && (static_cast<unsigned char>(text[cut]) & 0xC0) == 0x80)
-    --cut;
-  return "\"" + text.substr(0, cut) + "\"... (" +
-         std::to_string(text.size()) + " bytes)";
-}
-
 [[noreturn]] void refuse_number(const std::string& what,
                                 const std::string& text, const char* why) {
-  std::cerr << "Error: " << what << ": " << quoted_value(text) << " " << why
+  std::cerr << "Error: " << what << ": " << cli::quote(text) << " " << why
             << "\n";
   vestra_exit(1);
 }

@@ -61,11 +61,4 @@ TEST(Destination, ZeroDistanceAndThe180thMeridian) {
   EXPECT_NEAR(y, 179.5, 1e-9);
 }
 
-TEST(Signs, Helpers) {
-  EXPECT_EQ(sgn(0), 1);
-  EXPECT_EQ(sgn(-0.5), -1);
-  EXPECT_EQ(fortran_sgn(-3, 0), 3);
-  EXPECT_EQ(fortran_sgn(3, -1), -3);
-}
-
 }  // namespace

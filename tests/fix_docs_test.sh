@@ -12,7 +12,7 @@ page_formats "$page"
 options=$("$program" --help | grep -o -- '--[a-z][a-z-]*' | sort -u)
 [[ -n $options ]] || fail "no options in the help text"
 in_page=$(grep -o -- '\\-\\-[a-z][a-z\\-]*[a-z]' "$page" | sed 's/\\-/-/g' |
-          grep -v -- '--\(pipe\|keep-order\|colsep\|group-by\|job-name\|array\|cpus-per-task\|dependency\|display\)$' |
+          grep -v -- '--\(form\|pipe\|keep-order\|colsep\|group-by\|job-name\|array\|cpus-per-task\|dependency\|display\)$' |
           sort -u)
 [[ $options == "$in_page" ]] ||
     fail "options of the help text and the page differ:"$'\n'"$(diff <(echo "$options") <(echo "$in_page"))"
@@ -26,7 +26,7 @@ in_completion=$(printf '%s\n' "${COMPREPLY[@]%=}" | sort -u)
 [[ $options == "$in_completion" ]] ||
     fail "options of the help text and the completion differ:"$'\n'"$(diff <(echo "$options") <(echo "$in_completion"))"
 complete_words "--format=" vestra-fix --fo
-complete_words "text json geojson" vestra-fix --format =
+complete_words "text json geojson quakeml" vestra-fix --format =
 complete_words "json" vestra-fix --format j
 complete_words "--format=geojson" vestra-fix --format=g
 complete_words "2 20 21 22 23 24 25" vestra-fix --ellipsoid 2

@@ -34,6 +34,9 @@
 // are rewritten from the actual run; a case whose files changed then fails,
 // naming each changed file, so that an update never passes silently.
 //
+// Refused command lines are rows of one table, tests/golden/refusals.txt
+// (its format is at its top), each run as a case of Refusal.Matches.
+//
 // Readme.ExamplesAreGoldenCases checks the examples of README.md against the
 // cases: a line "<!-- golden: case -->" (or "<!-- golden: case stderr -->")
 // stands before a fenced block whose first line is "$ " and the case's
@@ -314,6 +317,108 @@ TEST(Readme, ExamplesAreGoldenCases) {
   }
   EXPECT_GE(examples, 10) << "README.md lost its examples";
 }
+
+// One row of refusals.txt.
+struct Refusal {
+  std::string name, program;
+  ProgramRun run;
+  std::string err;
+  int status = 1;
+};
+
+// Words split at blanks, '...' quoting a word that holds blanks or nothing.
+std::vector<std::string> shell_words(const std::string& text) {
+  std::vector<std::string> words;
+  std::size_t i = 0;
+  while (i < text.size()) {
+    if (text[i] == ' ') {
+      ++i;
+      continue;
+    }
+    std::string w;
+    while (i < text.size() && text[i] != ' ') {
+      if (text[i] == '\'') {
+        const std::size_t end = text.find('\'', i + 1);
+        if (end == std::string::npos) {
+          ADD_FAILURE() << "unclosed quote in: " << text;
+          return words;
+        }
+        w += text.substr(i + 1, end - i - 1);
+        i = end + 1;
+      } else {
+        w += text[i++];
+      }
+    }
+    words.push_back(w);
+  }
+  return words;
+}
+
+std::vector<Refusal> read_refusals() {
+  std::vector<Refusal> rows;
+  std::istringstream in(read_file(golden_path("refusals.txt")));
+  std::size_t line_no = 0;
+  for (std::string line; std::getline(in, line);) {
+    ++line_no;
+    if (line.empty() || line[0] == '#') continue;
+    const std::size_t blank = line.find(' ');
+    const std::string key = line.substr(0, blank);
+    const std::string value =
+        blank == std::string::npos ? "" : line.substr(blank + 1);
+    if (key == "case") {
+      rows.emplace_back();
+      rows.back().name = value;
+      continue;
+    }
+    if (rows.empty()) {
+      ADD_FAILURE() << "refusals.txt:" << line_no << ": no case yet";
+      continue;
+    }
+    Refusal& r = rows.back();
+    if (key == "run") {
+      std::vector<std::string> words = shell_words(value);
+      if (words.empty()) continue;
+      r.program = r.run.argv0 = words[0];
+      r.run.args.assign(words.begin() + 1, words.end());
+    } else if (key == "err") {
+      r.err += value + "\n";
+    } else if (key == "status") {
+      r.status = std::stoi(value);
+    } else {
+      ADD_FAILURE() << "refusals.txt:" << line_no << ": unknown key " << key;
+    }
+  }
+  return rows;
+}
+
+std::vector<std::string> refusal_names() {
+  std::vector<std::string> names;
+  for (const Refusal& r : read_refusals()) names.push_back(r.name);
+  return names;
+}
+
+class RefusalTable : public testing::TestWithParam<std::string> {};
+
+TEST_P(RefusalTable, Matches) {
+  for (const Refusal& r : read_refusals()) {
+    if (r.name != GetParam()) continue;
+    const std::string binary = std::string(PROGRAM_DIR) + "/" + r.program;
+    ASSERT_TRUE(fs::exists(binary)) << "no program " << binary;
+    const ProgramResult result = run_program(binary.c_str(), r.run);
+    EXPECT_EQ(result.err, r.err);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.log, "");
+    EXPECT_EQ(result.status, r.status);
+    return;
+  }
+  FAIL() << "no case " << GetParam();
+}
+
+INSTANTIATE_TEST_SUITE_P(Refusals, RefusalTable,
+                         testing::ValuesIn(refusal_names()),
+                         [](const testing::TestParamInfo<std::string>& info) {
+                           return info.param;
+                         });
 
 INSTANTIATE_TEST_SUITE_P(Cases, Golden, testing::ValuesIn(case_names()),
                          [](const testing::TestParamInfo<std::string>& info) {

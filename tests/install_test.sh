@@ -5,8 +5,7 @@
 # Usage: install_test.sh CMAKE BUILD_DIR
 set -u
 cmake=$1 build=$2
-failures=0
-fail() { echo "FAIL: $*"; failures=$((failures + 1)); }
+source "$(dirname "$0")/check_lib.sh"
 
 tmp=$(mktemp -d)
 trap 'rm -rf "$tmp"' EXIT
@@ -67,8 +66,4 @@ grep -q '^{"event":"E1","status":"ok",' "$tmp/fix.out" ||
 [[ -s $comp/vestra-map ]] || fail "vestra-map completion missing"
 "$bin/vestra-map" --help >/dev/null || fail "vestra-map --help: status $?"
 
-if ((failures)); then
-    echo "$failures installation check(s) failed"
-    exit 1
-fi
-echo "installation checks passed"
+finish installation

@@ -128,45 +128,6 @@ TEST(NumbersDeathTest, EllipsoidDigitsOnly) {
         << bad;
 }
 
-// 0, then +k/10 and -k/10 for k = 1..19 (k / 10.0 is the double nearest
-// k/10, the division being correctly rounded).
-TEST(SmallHelpers, FuzzOffsets) {
-  EXPECT_EQ(fuzz_offset(0), 0.0);
-  for (std::size_t k = 1; k <= 19; ++k) {
-    EXPECT_EQ(fuzz_offset(2 * k - 1), k / 10.0) << k;
-    EXPECT_EQ(fuzz_offset(2 * k), -(k / 10.0)) << k;
-  }
-  EXPECT_THROW(fuzz_offset(39), std::out_of_range);
-}
-
-// The settings as the process starts with them, taken before any test runs.
-const struct {
-  int debug, do_log, show_allstations, use_norsar;
-  double tolerance, sbaz;
-  location_method method;
-  CEarth::_EllipsoidType ellipsoid;
-} start_up{debug,          do_log,       show_allstations,   use_norsar,
-           acceptable_deviation, default_sbaz, calculate_location, ellipsoid};
-
-TEST(Settings, ResetPutsBackTheStartUpValues) {
-  debug = do_log = show_allstations = use_norsar = 7;
-  acceptable_deviation = default_sbaz = 7;
-  calculate_location = nullptr;
-  ellipsoid = CEarth::Airy;
-  earth.SetEllipsoid(CEarth::Airy);
-  new_stations.push_back(source("A", 1, 2, 3));
-  reset_settings();
-  EXPECT_TRUE(debug == start_up.debug && do_log == start_up.do_log &&
-              show_allstations == start_up.show_allstations &&
-              use_norsar == start_up.use_norsar);
-  EXPECT_TRUE(acceptable_deviation == start_up.tolerance &&
-              default_sbaz == start_up.sbaz);
-  EXPECT_TRUE(calculate_location == start_up.method &&
-              ellipsoid == start_up.ellipsoid);
-  EXPECT_STREQ(earth.GetEllipsoidName(), "WGS_84");
-  EXPECT_TRUE(new_stations.empty());
-}
-
 class Sources : public testing::Test {
  protected:
   void SetUp() override { reset_settings(); }

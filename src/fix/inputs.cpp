@@ -59,7 +59,8 @@ void InputChain::Unassociated::add(const DetectionRecord& r) {
 
 void InputChain::Unassociated::warn(Diagnostics& diagnostics) const {
   if (inputs < 2) return;
-  diagnostics.warning(std::to_string(detections) + " detections of " +
+  diagnostics.note("warning: " + std::to_string(detections) +
+                   " detections of " +
                       std::to_string(inputs) +
                       " inputs name no event and are located as one event "
                       "(vestra-assoc groups detections into events)");

@@ -498,8 +498,7 @@ class JsonReader : public InputReader {
 
   void element(DetectionRecord& r, std::size_t begin, std::size_t end);
   bool build(DetectionRecord& r, const std::string& where);
-  bool number(const std::string& where, Field f, std::string (*check)(double),
-              double& out);
+  bool number(const std::string& where, Field f, Quantity q, double& out);
   void refuse(const std::string& where, const Value& v, Field f,
               const std::string& message);
 
@@ -577,25 +576,17 @@ void JsonReader::refuse(const std::string& where, const Value& v, Field f,
                                "\"" + std::string(key) + "\": " + message);
 }
 
-bool JsonReader::number(const std::string& where, Field f,
-                        std::string (*check)(double), double& out) {
+bool JsonReader::number(const std::string& where, Field f, Quantity q,
+                        double& out) {
   const Value& v = parser_.pick(f);
-  std::string problem;
-  if (v.kind == Value::absent) {
-    problem = "missing";
-  } else if (v.kind == Value::overflow) {
-    problem = "not a finite number: " + quote(v.text);
-  } else if (v.kind != Value::number) {
-    problem = "not a number";
-  } else if (problem = check(v.number_value); !problem.empty()) {
-    problem += ": " + quote(v.text);
-  }
-  if (!problem.empty()) {
-    refuse(where, v, f, problem);
-    return false;
-  }
-  out = v.number_value;
-  return true;
+  const std::string problem =
+      v.kind == Value::absent ? "missing"
+      : v.kind == Value::number || v.kind == Value::overflow
+          ? read_value(v.text, q, out)
+          : "not a number";
+  if (problem.empty()) return true;
+  refuse(where, v, f, problem);
+  return false;
 }
 
 // A finite number, else NaN: for the values kept when known.
@@ -624,15 +615,16 @@ bool JsonReader::build(DetectionRecord& r, const std::string& where) {
     refuse(where, name, f_name, "not a string");
     return false;
   }
-  if (!number(where, f_lat, check_latitude, d.latitude) ||
-      !number(where, f_lon, check_longitude, d.longitude) ||
-      !number(where, f_baz, check_azimuth, d.back_azimuth))
+  if (!number(where, f_lat, Quantity::latitude, d.latitude) ||
+      !number(where, f_lon, Quantity::longitude, d.longitude) ||
+      !number(where, f_baz, Quantity::azimuth, d.back_azimuth))
     return false;
   const Value& time = parser_.pick(f_time);
   if (time.kind == Value::string) {
     const auto t = parse_iso_time(time.text);
     if (!t) {
-      refuse(where, time, f_time, "not an ISO 8601 time: " + quote(time.text));
+      refuse(where, time, f_time,
+             cli::quote(time.text) + " is not an ISO 8601 time");
       return false;
     }
     d.has_time = true;

@@ -1,27 +1,9 @@
 #include "fix/options.h"
 
-#include <charconv>
-#include <cmath>
-
-#include "fix/reader.h"
+#include "cli/command_line.h"
 
 namespace fix {
 
-namespace {
-
-// A number option's value: the whole text must be a finite number.
-bool parse_number(const std::string& text, double& value) {
-  const auto r = std::from_chars(text.data(), text.data() + text.size(), value);
-  return r.ec == std::errc() && r.ptr == text.data() + text.size() &&
-         std::isfinite(value);
-}
-
-bool parse_unsigned(const std::string& text, unsigned long& value) {
-  const auto r = std::from_chars(text.data(), text.data() + text.size(), value);
-  return r.ec == std::errc() && r.ptr == text.data() + text.size();
-}
-
-}  // namespace
 
 std::string usage() {
   return "Usage: vestra-fix [OPTION]... [FILE]...\n"
@@ -31,8 +13,9 @@ std::string usage() {
          "(event station latitude longitude back_azimuth [sigma [time]]);\n"
          "without FILE, or when FILE is -, standard input is read.\n"
          "\n"
-         "  --format=FORMAT     text (default), json (one object per event)\n"
-         "                      or geojson (one FeatureCollection)\n"
+         "  --format=FORMAT     text (default), json (one object per event),\n"
+         "                      geojson (one FeatureCollection) or quakeml\n"
+         "                      (one QuakeML 1.2 document)\n"
          "  --sigma=DEGREES     bearing standard deviation when a detection\n"
          "                      gives none (default 4)\n"
          "  --celerity=MIN:MAX  range of the celerity, km/s (default\n"
@@ -50,92 +33,92 @@ std::string usage() {
          "located) or a refused command line.\n";
 }
 
-std::string parse_options(const std::vector<std::string>& args,
-                          Options& o) {
-  bool only_files = false;
-  for (std::size_t i = 0; i < args.size(); ++i) {
-    const std::string& a = args[i];
-    if (only_files || a == "-" || a.empty() || a[0] != '-') {
-      o.files.push_back(a);
-      continue;
-    }
-    if (a == "--") {
-      only_files = true;
-      continue;
-    }
-    if (a == "-h" || a == "--help") {
-      o.help = true;
-      continue;
-    }
-    if (a == "--version") {
-      o.version = true;
-      continue;
-    }
-    // An option with a value: --name=value, --name value, -j N or -jN.
-    std::string name = a, value;
-    bool has_value = false;
-    if (a.rfind("--", 0) == 0) {
-      const std::size_t eq = a.find('=');
-      if (eq != std::string::npos) {
-        name = a.substr(0, eq);
-        value = a.substr(eq + 1);
-        has_value = true;
-      }
-    } else if (a.rfind("-j", 0) == 0 && a.size() > 2) {
-      name = "-j";
-      value = a.substr(2);
-      has_value = true;
-    }
-    static const char* const known[] = {"--format", "--sigma", "--celerity",
-                                        "--pick-error", "--ellipsoid",
-                                        "--jobs", "-j"};
-    bool is_known = false;
-    for (const char* k : known) is_known = is_known || name == k;
-    if (!is_known) return "unknown option " + quote(a);
-    if (!has_value) {
-      if (i + 1 >= args.size()) return "option " + name + " needs a value";
-      value = args[++i];
-    }
-    const std::string bad = "invalid value for " + name + ": " + quote(value);
-    if (name == "--format") {
+namespace {
+
+enum Code { kFormat = cli::kFirstLongOnly, kSigma, kCelerity, kPickError,
+            kEllipsoid };
+
+const option kOptions[] = {
+    {"format", required_argument, nullptr, kFormat},
+    {"sigma", required_argument, nullptr, kSigma},
+    {"celerity", required_argument, nullptr, kCelerity},
+    {"pick-error", required_argument, nullptr, kPickError},
+    {"ellipsoid", required_argument, nullptr, kEllipsoid},
+    {"jobs", required_argument, nullptr, 'j'},
+    {"help", no_argument, nullptr, 'h'},
+    {"version", no_argument, nullptr, cli::kVersion},
+    {nullptr, 0, nullptr, 0}};
+
+// The celerity range "MIN:MAX", or one value for both.
+std::string read_celerity(const std::string& text, Settings& settings) {
+  const cli::Range range{0.0, 100.0, true, false};
+  const std::size_t colon = text.find(':');
+  double lo = 0.0, hi = 0.0;
+  std::string problem =
+      cli::read_number(text.substr(0, colon), range, lo);
+  if (problem.empty())
+    problem = colon == std::string::npos
+                  ? cli::read_number(text, range, hi)
+                  : cli::read_number(text.substr(colon + 1), range, hi);
+  if (problem.empty() && lo > hi)
+    problem = cli::quote(text) + " has MIN above MAX";
+  if (!problem.empty()) return problem + " (km/s, MIN:MAX or one value)";
+  settings.celerity_min = lo;
+  settings.celerity_max = hi;
+  return "";
+}
+
+std::string read_option(int code, const std::string& value, Options& o) {
+  switch (code) {
+    case kFormat:
       if (value == "text") o.format = Format::text;
       else if (value == "json") o.format = Format::json;
       else if (value == "geojson") o.format = Format::geojson;
-      else return bad + " (text, json or geojson)";
-    } else if (name == "--sigma") {
-      double v;
-      if (!parse_number(value, v) || !(v > 0.0) || v > 90.0)
-        return bad + " (degrees, above 0 and at most 90)";
-      o.settings.sigma_deg = v;
-    } else if (name == "--celerity") {
-      const std::size_t colon = value.find(':');
-      double lo, hi;
-      const bool ok =
-          colon == std::string::npos
-              ? parse_number(value, lo) && (hi = lo, true)
-              : parse_number(value.substr(0, colon), lo) &&
-                    parse_number(value.substr(colon + 1), hi);
-      if (!ok || !(lo > 0.0) || !(hi >= lo) || hi > 100.0)
-        return bad + " (km/s, MIN:MAX with 0 < MIN <= MAX <= 100)";
-      o.settings.celerity_min = lo;
-      o.settings.celerity_max = hi;
-    } else if (name == "--pick-error") {
-      double v;
-      if (!parse_number(value, v) || v < 0.0 || v > 1e6)
-        return bad + " (seconds, 0 to 1e6)";
-      o.settings.pick_error_s = v;
-    } else if (name == "--ellipsoid") {
-      unsigned long v;
-      if (!parse_unsigned(value, v) || v < 1 || v > 25)
-        return bad + " (1 to 25)";
-      o.settings.ellipsoid = static_cast<int>(v);
-    } else {  // --jobs, -j
-      unsigned long v;
-      if (!parse_unsigned(value, v) || v < 1 || v > 1024)
-        return bad + " (1 to 1024)";
-      o.jobs = static_cast<unsigned>(v);
+      else if (value == "quakeml") o.format = Format::quakeml;
+      else
+        return cli::quote(value) +
+               " is not one of text, json, geojson, quakeml";
+      return "";
+    case kSigma:
+      return cli::read_number(value, sigma_range, o.settings.sigma_deg);
+    case kCelerity:
+      return read_celerity(value, o.settings);
+    case kPickError:
+      return cli::read_number(value, pick_error_range,
+                              o.settings.pick_error_s);
+    case kEllipsoid: {
+      long long n = 0;
+      std::string problem = cli::read_integer(value, 1, 25, n);
+      if (problem.empty()) o.settings.ellipsoid = static_cast<int>(n);
+      return problem;
+    }
+    case 'j':
+      return cli::read_jobs(value, o.jobs);
+  }
+  return "";
+}
+
+}  // namespace
+
+std::string parse_options(const std::vector<std::string>& args, Options& o) {
+  cli::OptionReader reader("vestra-fix", args, "hj:", kOptions);
+  for (int code; (code = reader.next()) != -1;) {
+    if (code == '?') return reader.message();
+    if (code == 'h') {
+      o.help = true;
+    } else if (code == cli::kVersion) {
+      o.version = true;
+    } else {
+      const std::string problem = read_option(code, reader.value(), o);
+      if (!problem.empty()) return reader.bad_value(problem);
     }
   }
+  o.files = reader.operands();
+  // Arrival times without any error would get infinite weights.
+  if (o.settings.pick_error_s == 0.0 &&
+      o.settings.celerity_min == o.settings.celerity_max)
+    return "--pick-error: \"0\" with a single --celerity leaves the arrival "
+           "times no error; give a pick error above 0";
   return "";
 }
 

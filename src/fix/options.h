@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/command_line.h"
 #include "fix/event.h"
 #include "fix/writer.h"
 
@@ -22,6 +23,10 @@ struct Options {
 /// returns an empty string, or the message for a refused command line.
 std::string parse_options(const std::vector<std::string>& args,
                           Options& options);
+
+/// The limits of --sigma (degrees) and --pick-error (seconds).
+inline constexpr cli::Range sigma_range{0.001, 90.0};
+inline constexpr cli::Range pick_error_range{0.0, 1e6};
 
 /// The help text.
 std::string usage();

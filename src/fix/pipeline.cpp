@@ -22,6 +22,7 @@ constexpr std::size_t chunk_events = 64;
 constexpr std::size_t chunks_per_job = 4;
 
 struct Chunk {
+  std::size_t first = 0;  ///< the run's index of events[0]
   std::vector<Event> events;
   std::string output;
   bool done = false;
@@ -47,21 +48,25 @@ std::size_t locate_all(EventReader& reader, const Options& options,
   };
   auto read_chunk = [&](Chunk& c) {
     Event e;
+    c.first = events;
     while (c.events.size() < chunk_events && reader.next(e))
       c.events.push_back(std::move(e));
     events += c.events.size();
     return !c.events.empty();
   };
   auto process = [&](Locator& locator, const Writer& writer, Chunk& c) {
-    for (const Event& e : c.events) writer.write(e, locator.locate(e), c.output);
+    for (std::size_t k = 0; k < c.events.size(); ++k)
+      writer.write(c.events[k], locator.locate(c.events[k]), c.output,
+                   c.first + k);
     c.events.clear();
   };
 
   if (jobs == 1) {
     Locator locator(options.settings);
-    const Writer writer(format, locator.earth());
+    const Writer writer(format, locator.earth(), options.settings);
     Chunk c;
-    while (read_chunk(c)) {
+    // A failed write (a full disk) ends the run at once.
+    while (out && read_chunk(c)) {
       c.output.clear();
       process(locator, writer, c);
       emit(c.output);
@@ -77,7 +82,7 @@ std::size_t locate_all(EventReader& reader, const Options& options,
     for (unsigned w = 0; w < jobs; ++w)
       workers.emplace_back([&] {
         Locator locator(options.settings);
-        const Writer writer(format, locator.earth());
+        const Writer writer(format, locator.earth(), options.settings);
         std::unique_lock<std::mutex> lock(mutex);
         for (;;) {
           work_ready.wait(lock, [&] { return finished || !queue.empty(); });
@@ -107,7 +112,7 @@ std::size_t locate_all(EventReader& reader, const Options& options,
       }
     };
 
-    for (;;) {
+    while (out) {
       auto c = std::make_unique<Chunk>();
       if (!read_chunk(*c)) break;
       std::unique_lock<std::mutex> lock(mutex);

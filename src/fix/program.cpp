@@ -5,34 +5,24 @@
 #include "fix/inputs.h"
 #include "fix/options.h"
 #include "fix/pipeline.h"
-#include "version.h"
+#include "cli/command_line.h"
 
 namespace fix {
 
 int fix_main(const std::vector<std::string>& args, std::istream& in,
              std::ostream& out, std::ostream& err) {
+  const std::string program = "vestra-fix";
   Options options;
   const std::string refused = parse_options(args, options);
-  if (!refused.empty()) {
-    err << "vestra-fix: " << refused << "\nTry 'vestra-fix --help'.\n";
-    return 1;
+  if (!refused.empty()) return cli::refuse_command_line(program, refused, err);
+  cli::Diagnostics diagnostics(program, err);
+  if (options.help || options.version) {
+    out << (options.help ? usage() : cli::version_line(program));
+    return cli::finish_output(out, diagnostics) ? 0 : 1;
   }
-  if (options.help) {
-    out << usage();
-    return 0;
-  }
-  if (options.version) {
-    out << "vestra-fix, from " << shortVersion << '\n';
-    return 0;
-  }
-  Diagnostics diagnostics(err);
   InputChain inputs(options.files, in, diagnostics);
   locate_all(inputs, options, out);
-  out.flush();
-  if (!out) {
-    err << "vestra-fix: cannot write the output\n";
-    return 1;
-  }
+  if (!cli::finish_output(out, diagnostics)) return 1;
   return diagnostics.errors() ? 1 : 0;
 }
 

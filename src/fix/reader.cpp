@@ -18,25 +18,6 @@
 
 namespace fix {
 
-void Diagnostics::error(const std::string& where, const std::string& message) {
-  err_ << "vestra-fix: " << where << ": " << message << '\n';
-  ++errors_;
-}
-
-void Diagnostics::warning(const std::string& message) {
-  err_ << "vestra-fix: warning: " << message << '\n';
-}
-
-std::string quote(std::string_view text) {
-  std::string q = "'";
-  for (std::size_t i = 0; i < text.size() && i < 40; ++i) {
-    const unsigned char c = static_cast<unsigned char>(text[i]);
-    q += c >= 0x20 && c < 0x7f ? static_cast<char>(c) : '?';
-  }
-  if (text.size() > 40) q += "...";
-  return q + "'";
-}
-
 std::string file_station_code(std::string_view path) {
   constexpr std::string_view suffix = ".dets.json";
   const std::size_t slash = path.rfind('/');
@@ -165,29 +146,16 @@ bool ByteSource::line(std::string_view& line) {
   return true;
 }
 
-std::string check_latitude(double v) {
-  if (!std::isfinite(v)) return "not a finite number";
-  if (v < -90.0 || v > 90.0) return "outside [-90, 90]";
-  if (std::fabs(v) == 90.0) return "a station at a pole has no azimuths";
-  return "";
-}
-
-std::string check_longitude(double v) {
-  if (!std::isfinite(v)) return "not a finite number";
-  if (v < -360.0 || v > 360.0) return "outside [-360, 360]";
-  return "";
-}
-
-std::string check_azimuth(double v) {
-  if (!std::isfinite(v)) return "not a finite number";
-  if (std::fabs(v) > 1e6) return "outside [-1e6, 1e6]";
-  return "";
-}
-
-std::string check_sigma(double v) {
-  if (!std::isfinite(v)) return "not a finite number";
-  if (!(v > 0.0) || v > 90.0) return "outside (0, 90]";
-  return "";
+std::string read_value(std::string_view text, Quantity q, double& value) {
+  static const cli::Range ranges[] = {{-90.0, 90.0},
+                                      {-360.0, 360.0},
+                                      {-1e6, 1e6},
+                                      {0.0, 90.0, true, false}};
+  const std::string problem =
+      cli::read_number(text, ranges[static_cast<int>(q)], value);
+  if (problem.empty() && q == Quantity::latitude && std::fabs(value) == 90.0)
+    return cli::quote(text) + " is at a pole, where a station has no azimuths";
+  return problem;
 }
 
 void normalise(Detection& d) {
@@ -256,20 +224,12 @@ class TextReader : public InputReader {
     return false;
   }
 
-  // Reads a number field (a leading "+" allowed) into `out`; reports and
-  // returns false when it is none or fails `check`.
-  bool number(std::string_view text, const char* field,
-              std::string (*check)(double), double& out) {
-    std::string_view digits = text;
-    if (digits.size() > 1 && digits[0] == '+' && digits[1] != '-')
-      digits.remove_prefix(1);
-    const auto r =
-        std::from_chars(digits.data(), digits.data() + digits.size(), out);
-    if (r.ec != std::errc() || r.ptr != digits.data() + digits.size())
-      return refuse(field, "not a number: " + quote(text));
-    const std::string problem = check(out);
-    if (!problem.empty()) return refuse(field, problem + ": " + quote(text));
-    return true;
+  // Reads a number field into `out`; reports and returns false when it is
+  // not a good value of `q`.
+  bool number(std::string_view text, const char* field, Quantity q,
+              double& out) {
+    const std::string problem = read_value(text, q, out);
+    return problem.empty() || refuse(field, problem);
   }
 
   bool read(Detection& d) {
@@ -281,23 +241,23 @@ class TextReader : public InputReader {
     d.station = f[1];
     if (f[2] == "-" && f[3] == "-") {
       if (!catalogue(d))
-        return refuse("station",
-                      "not in the catalogue (latitude and longitude are "
-                      "\"-\"): " + quote(f[1]));
-    } else if (!number(f[2], "latitude", check_latitude, d.latitude) ||
-               !number(f[3], "longitude", check_longitude, d.longitude)) {
+        return refuse("station", cli::quote(f[1]) +
+                                     " is not in the catalogue (latitude and "
+                                     "longitude are \"-\")");
+    } else if (!number(f[2], "latitude", Quantity::latitude, d.latitude) ||
+               !number(f[3], "longitude", Quantity::longitude, d.longitude)) {
       return false;
     }
-    if (!number(f[4], "back azimuth", check_azimuth, d.back_azimuth))
+    if (!number(f[4], "back azimuth", Quantity::azimuth, d.back_azimuth))
       return false;
     if (f.size() > 5 && f[5] != "-" &&
-        !number(f[5], "sigma", check_sigma, d.sigma))
+        !number(f[5], "sigma", Quantity::sigma, d.sigma))
       return false;
     if (f.size() > 6 && f[6] != "-") {
       const auto t = parse_iso_time(f[6]);
       if (!t)
         return refuse("arrival time",
-                      "not an ISO 8601 time: " + quote(f[6]));
+                      cli::quote(f[6]) + " is not an ISO 8601 time");
       d.has_time = true;
       d.time = *t;
     }

@@ -31,25 +31,13 @@
 #include <string>
 #include <string_view>
 
+#include "cli/command_line.h"
 #include "fix/event.h"
 
 namespace fix {
 
-/// Reports bad input on a stream ("vestra-fix: <where>: <message>") and
-/// counts the reports.
-class Diagnostics {
- public:
-  explicit Diagnostics(std::ostream& err) : err_(err) {}
-  void error(const std::string& where, const std::string& message);
-  /// A remark that is not an error: "vestra-fix: warning: <message>", not
-  /// counted.
-  void warning(const std::string& message);
-  std::size_t errors() const { return errors_; }
-
- private:
-  std::ostream& err_;
-  std::size_t errors_ = 0;
-};
+/// Reports bad input ("vestra-fix: <where>: <message>") and counts it.
+using Diagnostics = cli::Diagnostics;
 
 /// What a reader keeps beyond the detection itself.
 struct ReadOptions {
@@ -124,9 +112,5 @@ class EventReader {
 /// gives "SY.PDIAR") or else the ".dets.json" ("DLIAR.dets.json" gives
 /// "DLIAR").
 std::string file_station_code(std::string_view path);
-
-/// Text quoted for a message: at most 40 bytes, other than printable ASCII
-/// shown as "?".
-std::string quote(std::string_view text);
 
 }  // namespace fix

@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 
+#include "cli/command_line.h"
 #include "fix/reader.h"
 
 namespace fix::detail {
@@ -44,12 +45,15 @@ class ByteSource {
   bool failed_ = false;
 };
 
-// The checks shared by both formats; each returns an empty string for a
-// good value, else what is wrong with it.
-std::string check_latitude(double v);
-std::string check_longitude(double v);
-std::string check_azimuth(double v);
-std::string check_sigma(double v);
+/// The numbers of a detection, each with its range.
+enum class Quantity { latitude, longitude, azimuth, sigma };
+
+/// Reads the whole of `text` (a number, a leading "+" allowed) as a value
+/// of `q` in its range into `value`: latitude in [-90, 90] but not at a
+/// pole, longitude in [-360, 360], back azimuth in [-1e6, 1e6], its
+/// standard deviation in (0, 90] (degrees). Returns "" or what is wrong,
+/// the text quoted: "\"95\" is outside [-90, 90]".
+std::string read_value(std::string_view text, Quantity q, double& value);
 
 /// Brings a checked detection's angles into their ranges.
 void normalise(Detection& d);

@@ -235,17 +235,19 @@ std::vector<std::vector<LonLat>> cut_ring(const std::vector<LonLat>& ring) {
 }
 
 std::string Writer::prologue(Format format) {
+  if (format == Format::quakeml) return QuakemlWriter::prologue();
   return format == Format::geojson
              ? "{\"type\":\"FeatureCollection\",\"features\":["
              : "";
 }
 
 std::string Writer::epilogue(Format format) {
+  if (format == Format::quakeml) return QuakemlWriter::epilogue();
   return format == Format::geojson ? "\n]}\n" : "";
 }
 
 void Writer::write(const Event& event, const Solution& solution,
-                   std::string& out) const {
+                   std::string& out, std::size_t index) const {
   switch (format_) {
     case Format::text:
       write_text(event, solution, out);
@@ -255,6 +257,9 @@ void Writer::write(const Event& event, const Solution& solution,
       break;
     case Format::geojson:
       write_geojson(event, solution, out);
+      break;
+    case Format::quakeml:
+      quakeml_.write(event, solution, index, out);
       break;
   }
 }

@@ -1,5 +1,6 @@
 // Output of the location results: a readable text table, JSON Lines (one
-// object per event) or one GeoJSON FeatureCollection (RFC 7946) for the run.
+// object per event), one GeoJSON FeatureCollection (RFC 7946) or one QuakeML
+// 1.2 document for the run.
 #pragma once
 
 #include <string>
@@ -8,10 +9,11 @@
 #include "fix/event.h"
 #include "fix/geodesy.h"
 #include "fix/locate.h"
+#include "fix/quakeml.h"
 
 namespace fix {
 
-enum class Format { text, json, geojson };
+enum class Format { text, json, geojson, quakeml };
 
 /// A position: longitude and latitude, degrees.
 struct LonLat {
@@ -19,15 +21,17 @@ struct LonLat {
 };
 
 /// Formats events; one object per thread (it solves geodesics for the
-/// GeoJSON lines and ellipses).
+/// GeoJSON lines and ellipses and the QuakeML arrivals). `settings` are the
+/// run's, named in QuakeML.
 class Writer {
  public:
-  Writer(Format format, const Earth& earth) : format_(format), earth_(earth) {}
+  Writer(Format format, const Earth& earth, const Settings& settings = {})
+      : format_(format), earth_(earth), quakeml_(earth, settings) {}
 
-  /// Appends the record of one event to `out`. For GeoJSON that is its
-  /// features, each preceded by ",\n".
-  void write(const Event& event, const Solution& solution,
-             std::string& out) const;
+  /// Appends the record of one event, the `index`th of the run (from 0), to
+  /// `out`. For GeoJSON that is its features, each preceded by ",\n".
+  void write(const Event& event, const Solution& solution, std::string& out,
+             std::size_t index = 0) const;
 
   /// What stands before the first record of a run.
   static std::string prologue(Format format);
@@ -42,6 +46,7 @@ class Writer {
 
   Format format_;
   const Earth& earth_;
+  QuakemlWriter quakeml_;
 };
 
 /// `value` with at most `decimals` decimals, without trailing zeros ("-0"

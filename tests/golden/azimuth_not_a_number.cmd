@@ -1,3 +1,0 @@
-args: -k north -l 66
-status: 1
-empty: out log

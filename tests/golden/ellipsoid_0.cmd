@@ -1,3 +1,0 @@
-args: --ellipsoid=0 -k 111 -l 66
-status: 1
-empty: out log

@@ -1,3 +1,0 @@
-args: --new-station=OnlyName
-status: 1
-empty: out log

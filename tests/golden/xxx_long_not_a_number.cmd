@@ -1,3 +1,0 @@
-args: -x 10 --xxx-long=east
-status: 1
-empty: out log
