@@ -5,15 +5,18 @@
 // whole (the values of unknown keys too, so that what is passed through is
 // valid JSON), so that an element that is not valid JSON costs that
 // detection only. A number beyond the range of a double is valid JSON: in a
-// key that is read it is reported as not finite, elsewhere it is ignored.
+// key that is read it is reported as out of range, elsewhere it is ignored.
 
+// Every result of the parser is checked where it is returned: no
+// conversion that would throw.
+#define SIMDJSON_EXCEPTIONS 0
 #include <simdjson.h>
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdint>
 #include <cstring>
-#include <cmath>
 #include <limits>
 #include <string>
 #include <string_view>
@@ -209,17 +212,21 @@ class ElementParser {
       if (error_code e = doc.get_array().get(array)) return e;
       return walk_elements(array, 1);
     }
-    // A scalar: checked as a one-element array would be.
+    // A scalar, not a detection: only checked.
     std::string_view s;
     double d;
-    bool b;
+    bool b = false;
     switch (type) {
-      case od::json_type::string: return doc.get_string().get(s);
-      case od::json_type::number: return number_error(doc.get_double().get(d), trimmed(doc.raw_json_token()));
-      case od::json_type::boolean: return doc.get_bool().get(b);
-      default: return doc.is_null().get(b) ? simdjson::N_ATOM_ERROR
-                                           : b ? simdjson::SUCCESS
-                                               : simdjson::N_ATOM_ERROR;
+      case od::json_type::string:
+        return doc.get_string().get(s);
+      case od::json_type::number:
+        if (error_code e = doc.raw_json_token().get(s)) return e;
+        return number_error(doc.get_double().get(d), trimmed(s));
+      case od::json_type::boolean:
+        return doc.get_bool().get(b);
+      default:
+        return doc.is_null().get(b) || !b ? simdjson::N_ATOM_ERROR
+                                          : simdjson::SUCCESS;
     }
   }
 
@@ -249,9 +256,9 @@ class ElementParser {
 
   // A number's parse error: none for a well-formed number out of range.
   static error_code number_error(error_code e, std::string_view raw) {
-    return e == simdjson::NUMBER_ERROR && is_json_number(raw) ? simdjson::SUCCESS
-           : e ? simdjson::NUMBER_ERROR
-               : simdjson::SUCCESS;
+    if (!e || (e == simdjson::NUMBER_ERROR && is_json_number(raw)))
+      return simdjson::SUCCESS;
+    return simdjson::NUMBER_ERROR;
   }
 
   // Checks the value of a key that is not read, at nesting `depth`.
@@ -261,7 +268,7 @@ class ElementParser {
     if (error_code e = value.type().get(type)) return e;
     std::string_view s;
     double d;
-    bool b;
+    bool b = false;
     switch (type) {
       case od::json_type::object: {
         od::object object;
@@ -287,8 +294,8 @@ class ElementParser {
       case od::json_type::boolean: return value.get_bool().get(b);
       case od::json_type::null: break;
     }
-    if (value.is_null().get(b)) return simdjson::N_ATOM_ERROR;
-    return b ? simdjson::SUCCESS : simdjson::N_ATOM_ERROR;
+    return value.is_null().get(b) || !b ? simdjson::N_ATOM_ERROR
+                                        : simdjson::SUCCESS;
   }
 
   // Reads the value of a known key into `values`.
@@ -301,7 +308,7 @@ class ElementParser {
     const std::string_view raw = trimmed(value.raw_json_token());
     out.begin = static_cast<std::size_t>(raw.data() - begin_);
     out.end = out.begin + raw.size();
-    bool b;
+    bool b = false;
     switch (type) {
       case od::json_type::string:
         out.kind = Value::string;
@@ -314,8 +321,8 @@ class ElementParser {
       }
       case od::json_type::null:
         out.kind = Value::null;
-        if (value.is_null().get(b) || !b) return simdjson::N_ATOM_ERROR;
-        return simdjson::SUCCESS;
+        return value.is_null().get(b) || !b ? simdjson::N_ATOM_ERROR
+                                            : simdjson::SUCCESS;
       default:
         out.kind = Value::other;
         return skim(value, 1);
