@@ -421,6 +421,30 @@ TEST(FixInputs, LongInputs) {
             "bracket\n");
 }
 
+// JSON parsed on a thread of its own (--jobs above 1) gives the same
+// results and messages, in the same order, as on one.
+TEST(FixInputs, SameOnAnyNumberOfThreads) {
+  const TempDir dir;
+  std::vector<std::string> args = {"--format=json"};
+  for (int file = 0; file < 2; ++file) {
+    std::string json = "[";
+    for (int i = 0; i < 1500; ++i)
+      json += std::string(i ? ",\n" : "") + R"({"Latitude": )" +
+              (i % 97 ? "60" : "95") + R"(, "Longitude": 10, "Back Azimuth": )" +
+              std::to_string((i * 7) % 360) + R"(, "Event": "E)" +
+              std::to_string((i + file * 700) / 3 % 800) + "\"}";
+    args.push_back(dir.file("d" + std::to_string(file) + ".json", json + "]"));
+  }
+  args.push_back(dir.file("t.txt", "E5 A 60 10 90\n"));
+  const Outcome one = run(args, "");
+  args.push_back("--jobs=3");
+  const Outcome three = run(args, "");
+  EXPECT_EQ(one.status, 1);
+  EXPECT_EQ(events(one.out).size(), 735u);  // E0 to E733, and E5 of the text
+  EXPECT_EQ(one.err, three.err);
+  EXPECT_TRUE(one.out == three.out);
+}
+
 // A stream buffer that gives `text` up to byte `limit` and then fails as
 // a failing read(2) makes the standard library's file buffer fail.
 class FailingBuffer : public std::streambuf {

@@ -1,9 +1,13 @@
 #include "fix/inputs.h"
 
 #include <cerrno>
+#include <condition_variable>
 #include <cstring>
 #include <filesystem>
+#include <deque>
 #include <fstream>
+#include <mutex>
+#include <thread>
 #include <unordered_map>
 #include <utility>
 
@@ -84,30 +88,95 @@ bool InputChain::finish_text(Event& event) {
   return true;
 }
 
+void InputChain::JsonRun::add(DetectionRecord& r) {
+  if (!r.event_known) return;
+  if (events.empty() || events[last].name != r.event) {
+    const auto [at, fresh] = index.try_emplace(r.event, events.size());
+    if (fresh) events.emplace_back().name = r.event;
+    last = at->second;
+  }
+  Head& h = events[last];
+  if (r.event.empty()) unassociated.add(r);
+  if (!r.usable) {
+    ++h.refused;
+    return;
+  }
+  (h.last == none ? h.first : next[h.last]) = detections.size();
+  h.last = detections.size();
+  ++h.count;
+  detections.push_back(std::move(r.detection));
+  next.push_back(none);
+}
+
+void InputChain::JsonRun::take(Event& event) {
+  Head& h = events[taken++];
+  event.name = std::move(h.name);
+  event.refused = h.refused;
+  event.detections.clear();
+  event.detections.reserve(h.count);
+  for (std::size_t i = h.first; i != none; i = next[i])
+    event.detections.push_back(std::move(detections[i]));
+  if (taken == events.size()) *this = JsonRun{};
+}
+
+// The next record of the JSON run; false at its end (a record of text is
+// then kept for later).
+bool InputChain::pull_json() {
+  return pull() && (record_.json || !(keep_ = true));
+}
+
 void InputChain::read_json_run() {
-  json_events_.clear();
-  json_next_ = 0;
-  std::unordered_map<std::string, std::size_t> index;
-  Unassociated unassociated;
-  do {
-    if (!record_.event_known) continue;
-    const auto [at, fresh] =
-        index.try_emplace(record_.event, json_events_.size());
-    if (fresh) json_events_.emplace_back().name = record_.event;
-    Event& e = json_events_[at->second];
-    if (record_.usable)
-      e.detections.push_back(std::move(record_.detection));
-    else
-      ++e.refused;
-    if (record_.event.empty()) unassociated.add(record_);
-  } while (pull() && (record_.json || !(keep_ = true)));
-  unassociated.warn(diag_);
+  json_ = JsonRun{};
+  if (threads_ > 1) {
+    read_json_ahead();
+  } else {
+    do json_.add(record_);
+    while (pull_json());
+  }
+  json_.unassociated.warn(diag_);
+}
+
+// The records are read and parsed on a thread of their own and handed over
+// in batches, a bounded number at a time; messages are written by that
+// thread alone, in input order.
+void InputChain::read_json_ahead() {
+  constexpr std::size_t batch_records = 256, batches_ahead = 16;
+  std::mutex mutex;
+  std::condition_variable changed;
+  std::deque<std::vector<DetectionRecord>> queue;
+  bool done = false;
+  std::thread reader([&] {
+    std::vector<DetectionRecord> batch;
+    bool more = true;
+    while (more) {
+      batch.push_back(std::move(record_));
+      more = pull_json();
+      if (batch.size() < batch_records && more) continue;
+      std::unique_lock<std::mutex> lock(mutex);
+      changed.wait(lock, [&] { return queue.size() < batches_ahead; });
+      queue.push_back(std::move(batch));
+      batch.clear();
+      done = !more;
+      changed.notify_all();
+    }
+  });
+  for (;;) {
+    std::unique_lock<std::mutex> lock(mutex);
+    changed.wait(lock, [&] { return done || !queue.empty(); });
+    if (queue.empty()) break;
+    std::vector<DetectionRecord> batch = std::move(queue.front());
+    queue.pop_front();
+    changed.notify_all();
+    lock.unlock();
+    for (DetectionRecord& r : batch) json_.add(r);
+  }
+  reader.join();
 }
 
 bool InputChain::next(Event& event) {
   for (;;) {
-    if (json_next_ < json_events_.size()) {
-      event = std::move(json_events_[json_next_++]);
+    if (json_.taken < json_.events.size()) {
+      json_.take(event);
       return true;
     }
     if (!pull()) return finish_text(event);

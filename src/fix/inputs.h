@@ -7,6 +7,7 @@
 #include <istream>
 #include <memory>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "fix/reader.h"
@@ -51,12 +52,15 @@ class DetectionReader {
 /// JSON inputs form one event, written in the order of its first detection.
 /// Detections that name no event form one unnamed event likewise; when it
 /// gathers detections of several inputs, a warning says so. An event never
-/// continues from an input of one format into one of the other.
+/// continues from an input of one format into one of the other. With
+/// `threads` above 1, detection JSON is parsed on a thread of its own while
+/// the detections before are gathered.
 class InputChain final : public EventReader {
  public:
   InputChain(const std::vector<std::string>& files, std::istream& in,
-             Diagnostics& diagnostics)
-      : reader_(files, in, diagnostics), diag_(diagnostics) {}
+             Diagnostics& diagnostics, unsigned threads = 1)
+      : reader_(files, in, diagnostics), diag_(diagnostics),
+        threads_(threads) {}
 
   bool next(Event& event) override;
 
@@ -68,19 +72,41 @@ class InputChain final : public EventReader {
     void warn(Diagnostics& diagnostics) const;
   };
 
+  // The detections of a run of JSON inputs, in input order, each event's
+  // linked from its first to its last; the events are made up one at a
+  // time as they are taken, while the ones before are located.
+  struct JsonRun {
+    static constexpr std::size_t none = -1;
+    struct Head {
+      std::string name;
+      std::size_t first = none, last = none, count = 0, refused = 0;
+    };
+    std::vector<Detection> detections;
+    std::vector<std::size_t> next;  // the event's next detection, or none
+    std::vector<Head> events;       // in order of first appearance
+    std::size_t taken = 0;          // events taken
+    std::unordered_map<std::string, std::size_t> index;  // of `events`
+    std::size_t last = 0;  // the event of the record before, most often
+    Unassociated unassociated;
+    void add(DetectionRecord& r);
+    void take(Event& event);
+  };
+
   bool pull();
+  bool pull_json();
   void read_json_run();
+  void read_json_ahead();
   bool finish_text(Event& event);
 
   DetectionReader reader_;
   Diagnostics& diag_;
+  unsigned threads_;
   DetectionRecord record_;
   bool keep_ = false;  // record_ is read and not yet taken
   bool have_text_ = false;
   Event text_;  // the text event being read
   Unassociated text_unassociated_;
-  std::vector<Event> json_events_;
-  std::size_t json_next_ = 0;
+  JsonRun json_;
 };
 
 }  // namespace fix

@@ -504,10 +504,13 @@ class JsonReader : public InputReader {
   }
 
   void element(DetectionRecord& r, std::size_t begin, std::size_t end);
-  bool build(DetectionRecord& r, const std::string& where);
-  bool number(const std::string& where, Field f, Quantity q, double& out);
-  void refuse(const std::string& where, const Value& v, Field f,
-              const std::string& message);
+  bool build(DetectionRecord& r);
+  bool number(Field f, Quantity q, double& out);
+  void refuse(const Value& v, Field f, const std::string& message);
+  // "NAME: [INDEX]": where the element is, for a message.
+  std::string where() const {
+    return source_->name() + ": [" + std::to_string(index_) + "]";
+  }
 
   std::unique_ptr<ByteSource> source_;
   std::size_t input_;
@@ -532,8 +535,6 @@ void JsonReader::element(DetectionRecord& r, std::size_t begin,
   r.position = index_;
   r.raw = RawElement{};
   if (keep_raw_) r.raw.text.assign(text() + begin, end - begin);
-  const std::string where =
-      source_->name() + ": [" + std::to_string(index_) + "]";
   const error_code e = parser_.parse(text() + begin, end - begin,
                                      size_ + simdjson::SIMDJSON_PADDING - begin);
   const Value& event = parser_.values[f_event][0];
@@ -543,7 +544,7 @@ void JsonReader::element(DetectionRecord& r, std::size_t begin,
                                : begin;
     const Key* key = parser_.current;
     source_->diagnostics().error(
-        where, (key ? "\"" + std::string(key->name) + "\": " : std::string()) +
+        where(), (key ? "\"" + std::string(key->name) + "\": " : std::string()) +
                    "JSON syntax error at line " +
                    std::to_string(line_at(std::min(at, end))) + ": " +
                    syntax_text(e));
@@ -556,7 +557,7 @@ void JsonReader::element(DetectionRecord& r, std::size_t begin,
     return;
   }
   if (!parser_.is_object) {
-    source_->diagnostics().error(where, "not a detection object");
+    source_->diagnostics().error(where(), "not a detection object");
     return;
   }
   if (keep_raw_) {
@@ -569,22 +570,20 @@ void JsonReader::element(DetectionRecord& r, std::size_t begin,
                        name.kind == Value::null ||
                        (name.kind == Value::string && name.text.empty());
   }
-  r.usable = build(r, where);
+  r.usable = build(r);
 }
 
-void JsonReader::refuse(const std::string& where, const Value& v, Field f,
-                        const std::string& message) {
+void JsonReader::refuse(const Value& v, Field f, const std::string& message) {
   const std::string_view key = v.key ? v.key->name : [f] {
     for (const Key& k : known_keys)
       if (k.field == f) return k.name;
     return std::string_view();
   }();
-  source_->diagnostics().error(where,
+  source_->diagnostics().error(where(),
                                "\"" + std::string(key) + "\": " + message);
 }
 
-bool JsonReader::number(const std::string& where, Field f, Quantity q,
-                        double& out) {
+bool JsonReader::number(Field f, Quantity q, double& out) {
   const Value& v = parser_.pick(f);
   const std::string problem =
       v.kind == Value::absent ? "missing"
@@ -592,7 +591,7 @@ bool JsonReader::number(const std::string& where, Field f, Quantity q,
           ? read_value(v.text, q, out)
           : "not a number";
   if (problem.empty()) return true;
-  refuse(where, v, f, problem);
+  refuse(v, f, problem);
   return false;
 }
 
@@ -602,13 +601,13 @@ double optional_number(const Value& v) {
                                  : std::numeric_limits<double>::quiet_NaN();
 }
 
-bool JsonReader::build(DetectionRecord& r, const std::string& where) {
+bool JsonReader::build(DetectionRecord& r) {
   const Value& event = parser_.pick(f_event);
   if (event.kind == Value::string || event.kind == Value::number ||
       event.kind == Value::overflow) {
     r.event = event.text;
   } else if (event.kind != Value::absent && event.kind != Value::null) {
-    refuse(where, event, f_event,
+    refuse(event, f_event,
            "not a string or a number; detection left out");
     return false;
   }
@@ -619,25 +618,25 @@ bool JsonReader::build(DetectionRecord& r, const std::string& where) {
       name.kind == Value::overflow) {
     d.station = name.text;
   } else if (name.kind == Value::other) {
-    refuse(where, name, f_name, "not a string");
+    refuse(name, f_name, "not a string");
     return false;
   }
-  if (!number(where, f_lat, Quantity::latitude, d.latitude) ||
-      !number(where, f_lon, Quantity::longitude, d.longitude) ||
-      !number(where, f_baz, Quantity::azimuth, d.back_azimuth))
+  if (!number(f_lat, Quantity::latitude, d.latitude) ||
+      !number(f_lon, Quantity::longitude, d.longitude) ||
+      !number(f_baz, Quantity::azimuth, d.back_azimuth))
     return false;
   const Value& time = parser_.pick(f_time);
   if (time.kind == Value::string) {
     const auto t = parse_iso_time(time.text);
     if (!t) {
-      refuse(where, time, f_time,
+      refuse(time, f_time,
              cli::quote(time.text) + " is not an ISO 8601 time");
       return false;
     }
     d.has_time = true;
     d.time = *t;
   } else if (time.kind != Value::absent && time.kind != Value::null) {
-    refuse(where, time, f_time, "not an ISO 8601 time string");
+    refuse(time, f_time, "not an ISO 8601 time string");
     return false;
   }
   d.f_statistic = optional_number(parser_.pick(f_fstat));
