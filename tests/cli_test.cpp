@@ -12,6 +12,7 @@
 
 #include "cli/command_line.h"
 #include "fix/program.h"
+#include "map/map_main.h"
 
 namespace {
 
@@ -101,6 +102,7 @@ struct Program {
 
 const Program kPrograms[] = {
     {"vestra-fix", fix::fix_main, true},
+    {"vestra-map", vestra::map::map_main, false},
 };
 
 struct Outcome {

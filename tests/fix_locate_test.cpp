@@ -30,6 +30,22 @@ double km(const Geodesic& g, double lat1, double lon1, double lat2,
   return s12 / 1000.0;
 }
 
+// An event of five timed detections: latitude, longitude, back azimuth
+// (degrees) and arrival time after t0 (s).
+fix::Event five_detections(const double (&rows)[5][4]) {
+  fix::Event e;
+  for (const auto& r : rows) {
+    fix::Detection d;
+    d.latitude = r[0];
+    d.longitude = r[1];
+    d.back_azimuth = r[2];
+    d.has_time = true;
+    d.time = t0 + r[3];
+    e.detections.push_back(d);
+  }
+  return e;
+}
+
 // Squared Mahalanobis distance of the true source from the fix with the
 // reported covariance: inside the 95% ellipse when at most chi2_2_95.
 double mahalanobis2(const Geodesic& g, const fix::Solution& s, double lat,
@@ -241,6 +257,141 @@ TEST(FixLocate, WildDetectionSetAside) {
   }
 }
 
+// One arrival time wrong by a gross amount (an hour, a wrong time zone, a
+// wrong day or year) at any of four stations with exact bearings and times:
+// the time is checked against the others at the bearings' start and set
+// aside before it can drag the fit away, and the fix is exact.
+TEST(FixLocate, GrossTimeErrorSetAside) {
+  const Geodesic& g = Geodesic::WGS84();
+  fix::Locator locator{fix::Settings{}};
+  const double hour = 3600.0, day = 86400.0;
+  const double errors[] = {hour,      -hour,    -2 * hour, -4 * hour,
+                           12 * hour, -12 * hour, day,     -day,
+                           365 * day, 5.5 * hour};
+  for (std::size_t wrong = 0; wrong < 4; ++wrong) {
+    for (const double error : errors) {
+      SCOPED_TRACE(testing::Message() << "detection " << wrong << " off by "
+                                      << error << " s");
+      std::mt19937_64 rng;
+      fix::Event e = synthetic::make_event(
+          g, 47.0, 8.0, t0, {{20, 300}, {110, 800}, {200, 500}, {290, 1500}},
+          {0.0, true, 0.0, 0.0, 0.0}, rng);
+      e.detections[wrong].time += error;
+      const fix::Solution s = locator.locate(e);
+      ASSERT_EQ(s.status, fix::Status::ok) << s.reason;
+      EXPECT_LT(km(g, s.latitude, s.longitude, 47.0, 8.0), 0.005);
+      EXPECT_NEAR(s.origin_time, t0, 1e-3);
+      for (std::size_t i = 0; i < s.detections.size(); ++i)
+        EXPECT_EQ(s.detections[i].used, i != wrong) << "detection " << i;
+      EXPECT_NEAR(s.detections[wrong].residual_s, error, 1e-2);
+    }
+  }
+}
+
+// A day of detections read as one event: 2,000 detections at 40 stations,
+// half of them clutter (random bearings and times). The start crosses a
+// bounded sample of pairs; the outlier rounds set the clutter aside by
+// halves. The fix lies near the source and the source in its ellipse, the
+// clutter is set aside and the source's detections used.
+TEST(FixLocate, LargeEventWithClutter) {
+  const Geodesic& g = Geodesic::WGS84();
+  std::mt19937_64 rng(2000);
+  std::vector<bool> clutter;
+  const fix::Event e = synthetic::make_cluttered_event(
+      g, 52.0, 21.0, t0, 2000, 40, 0.5, {4.0, true, 10.0, 0.22, 0.34}, rng,
+      &clutter);
+  fix::Locator locator{fix::Settings{}};
+  const fix::Solution s = locator.locate(e);
+  ASSERT_EQ(s.status, fix::Status::ok) << s.reason;
+  EXPECT_LT(km(g, s.latitude, s.longitude, 52.0, 21.0), 10.0);
+  EXPECT_LE(mahalanobis2(g, s, 52.0, 21.0), chi2_2_95);
+  EXPECT_NEAR(s.origin_time, t0, 60.0);
+  std::size_t clutter_used = 0, source_unused = 0, n_clutter = 0;
+  for (std::size_t i = 0; i < e.detections.size(); ++i) {
+    n_clutter += clutter[i];
+    clutter_used += clutter[i] && s.detections[i].used;
+    source_unused += !clutter[i] && !s.detections[i].used;
+  }
+  EXPECT_LT(clutter_used, n_clutter / 20);
+  EXPECT_LT(source_unused, (e.detections.size() - n_clutter) / 50);
+  // 50 detections per station: all pairs but those from one station.
+  EXPECT_EQ(s.pairs, 2000u * 1950u / 2u);
+  EXPECT_LE(s.pairs_crossed, fix::max_start_pairs);
+  EXPECT_GT(s.pairs_crossed, fix::max_start_pairs * 9 / 10);
+  EXPECT_LE(s.crossings.size(), s.pairs_crossed);
+}
+
+// An event whose weakest detection goes out and back without end (a bearing
+// that fits once it is out and not once it is in): when the rounds run out,
+// the last fit stands as it is, and the detections it used are the ones
+// reported as used, with their residuals at the fix.
+TEST(FixLocate, RoundsEndWithTheLastFit) {
+  const double rows[5][4] = {{63.245923, 141.290899, 201.944, 4437.9},
+                             {52.676134, 137.870663, 253.947, 0.0},
+                             {49.518649, 141.667734, 311.130, 1607.4},
+                             {49.821170, 133.969656, 41.665, 478.6},
+                             {55.412714, 114.725009, 94.703, 5331.2}};
+  const fix::Event e = five_detections(rows);
+  fix::Locator locator{fix::Settings{}};
+  const fix::Solution s = locator.locate(e);
+  ASSERT_NE(s.status, fix::Status::no_fix) << s.reason;
+  const Geodesic& g = Geodesic::WGS84();
+  for (std::size_t i = 0; i < e.detections.size(); ++i) {
+    const fix::Detection& d = e.detections[i];
+    double azi1, azi2;
+    g.Inverse(d.latitude, d.longitude, s.latitude, s.longitude, azi1, azi2);
+    EXPECT_NEAR(std::remainder(d.back_azimuth - azi1, 360.0),
+                s.detections[i].residual_deg, 1e-6)
+        << "detection " << i;
+  }
+}
+
+// Settings at and beyond the edge of the model: a tiny bearing standard
+// deviation or pick error gives a finite fix (exact data fitted exactly);
+// settings out of range give a no-fix that says why, never a NaN.
+TEST(FixLocate, ExtremeSettings) {
+  const Geodesic& g = Geodesic::WGS84();
+  struct Case {
+    const char* name;
+    double sigma, celerity_min, celerity_max, pick;
+    const char* reason;  // nullptr: a fix
+  };
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  const Case cases[] = {
+      {"bearings to 1e-14 degree", 1e-14, 0.22, 0.34, 10.0, nullptr},
+      {"bearings to 1e-300 degree", 1e-300, 0.22, 0.34, 10.0, nullptr},
+      {"times to 1e-200 s", 4.0, 0.28, 0.28, 1e-200, nullptr},
+      {"exact times", 4.0, 0.28, 0.28, 0.0, "single celerity"},
+      {"NaN sigma", nan, 0.22, 0.34, 10.0, "standard deviation"},
+      {"celerities reversed", 4.0, 0.34, 0.22, 10.0, "celerities"},
+      {"negative pick error", 4.0, 0.22, 0.34, -1.0, "pick error"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    fix::Settings settings;
+    settings.sigma_deg = c.sigma;
+    settings.celerity_min = c.celerity_min;
+    settings.celerity_max = c.celerity_max;
+    settings.pick_error_s = c.pick;
+    fix::Locator locator(settings);
+    std::mt19937_64 rng;
+    synthetic::Noise exact{0.0, true, 0.0, c.celerity_min, c.celerity_max};
+    const fix::Solution s = locator.locate(synthetic::make_event(
+        g, -20.0, 30.0, t0, {{0, 400}, {120, 500}, {240, 600}, {300, 300}},
+        exact, rng));
+    if (c.reason) {
+      EXPECT_EQ(s.status, fix::Status::no_fix);
+      EXPECT_NE(s.reason.find(c.reason), std::string::npos) << s.reason;
+      continue;
+    }
+    ASSERT_NE(s.status, fix::Status::no_fix) << s.reason;
+    EXPECT_LT(km(g, s.latitude, s.longitude, -20.0, 30.0), 0.005);
+    EXPECT_TRUE(std::isfinite(s.semi_major_km) &&
+                std::isfinite(s.semi_minor_km) &&
+                std::isfinite(s.origin_sigma_s));
+  }
+}
+
 // A noisy event (from the calibration's generator) whose start, the
 // crossing of two far stations, misses the bearing of the nearest station
 // (140 km) by more than 5 sigma: left out of the first fit, that detection
@@ -251,18 +402,8 @@ TEST(FixLocate, BearingThatMissedTheStartIsTakenBack) {
                              {-45.9083664, -136.59588, -92.3977663, 1640.25},
                              {-29.4286535, -149.261947, 161.988821, 6827.70},
                              {-47.3228567, -141.06455, -63.7806424, 607.55}};
-  fix::Event e;
-  for (const auto& r : rows) {
-    fix::Detection d;
-    d.latitude = r[0];
-    d.longitude = r[1];
-    d.back_azimuth = r[2];
-    d.has_time = true;
-    d.time = t0 + r[3];
-    e.detections.push_back(d);
-  }
   fix::Locator locator{fix::Settings{}};
-  const fix::Solution s = locator.locate(e);
+  const fix::Solution s = locator.locate(five_detections(rows));
   ASSERT_EQ(s.status, fix::Status::ok) << s.reason;
   for (const fix::DetectionFit& d : s.detections) EXPECT_TRUE(d.used);
   EXPECT_LE(mahalanobis2(Geodesic::WGS84(), s, -46.5146689, -142.563214),

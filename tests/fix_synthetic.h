@@ -63,4 +63,39 @@ inline fix::Event make_event(const GeographicLib::Geodesic& g, double lat,
   return event;
 }
 
+/// One event of `n` detections seen at `stations` stations placed at random
+/// azimuths and 100 to 2,000 km from the source at (lat, lon) (degrees);
+/// detection k is station k % stations'. A fraction `clutter` of the
+/// detections, drawn at random, are clutter: a bearing uniform over the
+/// circle and, with times, an arrival time uniform over the day after t0;
+/// the others are the source's, with `noise`. `is_clutter`, when given,
+/// receives which detections are clutter.
+inline fix::Event make_cluttered_event(
+    const GeographicLib::Geodesic& g, double lat, double lon, double t0,
+    std::size_t n, std::size_t stations, double clutter, const Noise& noise,
+    std::mt19937_64& rng, std::vector<bool>* is_clutter = nullptr) {
+  std::uniform_real_distribution<double> uniform(0.0, 1.0);
+  std::vector<Site> sites;
+  for (std::size_t i = 0; i < stations; ++i)
+    sites.push_back({360.0 * uniform(rng), 100.0 + 1900.0 * uniform(rng)});
+  // Every station's view of the source, then detection k is a copy of
+  // station k % stations' with fresh noise (or clutter).
+  fix::Event event;
+  event.name = "E";
+  if (is_clutter) is_clutter->assign(n, false);
+  for (std::size_t k = 0; k < n; ++k) {
+    const Site site = sites[k % stations];
+    fix::Detection d =
+        make_event(g, lat, lon, t0, {site}, noise, rng).detections[0];
+    d.station = "S" + std::to_string(k % stations + 1);
+    if (uniform(rng) < clutter) {
+      d.back_azimuth = 360.0 * uniform(rng);
+      if (d.has_time) d.time = t0 + 86400.0 * uniform(rng);
+      if (is_clutter) (*is_clutter)[k] = true;
+    }
+    event.detections.push_back(d);
+  }
+  return event;
+}
+
 }  // namespace synthetic

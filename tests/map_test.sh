@@ -2,22 +2,17 @@
 # vestra-map with GMT: a regional event, a far-field event across the
 # antimeridian and one near the pole are drawn at the requested size, with
 # the features in the middle of the map, GMT silent; bad input and a failing
-# GMT give a message and status 1 and leave no file; nothing is left in the
-# working, home or temporary directory.
-# The manual page formats without warnings and documents every option.
-# Usage: map_test.sh VESTRA_MAP FIXTURE_DIR MANUAL_PAGE (FIXTURE_DIR holds
+# GMT give a message and status 1 and leave no file; a signal while GMT
+# draws ends the program by that signal and GMT with it; nothing is left in
+# the working, home or temporary directory.
+# Usage: map_test.sh VESTRA_MAP FIXTURE_DIR (FIXTURE_DIR holds
 # regional.geojson and two_events.geojson as vestra-fix wrote them)
 set -u
-map=$1 fixtures=$2 page=$3
+map=$1 fixtures=$2
 source "$(dirname "$0")/check_lib.sh"
 # Debian's Python, which has GDAL (gdal-bin depends on it).
 check_png=$(cd "$(dirname "$0")" && pwd)/map/check_png.py
 check_png() { /usr/bin/python3 "$check_png" "$@" || fail "$1"; }
-
-page_formats "$page"
-for option in $("$map" --help | grep -o -- '--[a-z]*' | sort -u); do
-    grep -q -- "${option//-/'\\-'}" "$page" || fail "$option not in $page"
-done
 
 tmp=$(mktemp -d)
 trap 'rm -rf "$tmp"' EXIT
@@ -63,6 +58,32 @@ refused "missing.geojson: No such file" missing.geojson
 refused "truncated.geojson: not valid JSON: parse error at line" truncated.geojson
 refused "not a GeoJSON FeatureCollection" feature.geojson
 refused "GMT failed" --gmt=false "$fixtures/regional.geojson"
+refused "GMT made no picture" --gmt=true "$fixtures/regional.geojson"
+
+# A signal while GMT draws (a GMT that sleeps): the program dies by it, and
+# GMT with it, leaving neither picture nor temporary directory. A shell's
+# background job ignores SIGINT unless env gives it back its default.
+cat >slow-gmt <<'END'
+#!/bin/sh
+echo $$ >"$STARTED"
+exec sleep 60
+END
+chmod +x slow-gmt
+for signal in TERM INT HUP; do
+    rm -f started
+    STARTED=$PWD/started env --default-signal=INT "$map" --gmt="$PWD/slow-gmt" \
+        -o out.png "$fixtures/regional.geojson" &
+    pid=$!
+    for ((i = 0; i < 100; i++)); do [[ -s started ]] && break; sleep 0.1; done
+    kill -s "$signal" "$pid"
+    wait "$pid" 2>/dev/null
+    status=$?
+    ((status == 128 + $(kill -l "$signal"))) || fail "SIG$signal: status $status"
+    ! kill -0 "$(cat started)" 2>/dev/null || fail "SIG$signal: GMT still runs"
+    [[ -z $(ls -A "$TMPDIR") && ! -e out.png ]] ||
+        fail "SIG$signal: left $(ls -A "$TMPDIR" .)"
+done
+rm -f slow-gmt started
 
 [[ -z $(ls -A "$HOME" "$TMPDIR" | grep -v ':$' | grep .) ]] ||
     fail "left in home or temporary directory: $(ls -AR "$HOME" "$TMPDIR")"

@@ -165,6 +165,24 @@ bool finish_output(std::ostream& out, Diagnostics& diagnostics) {
   return false;
 }
 
+std::string read_options(
+    OptionReader& reader, bool& help, bool& version,
+    const std::function<std::string(int code, const std::string& value)>&
+        read_value) {
+  for (int code; (code = reader.next()) != -1;) {
+    if (code == '?') return reader.message();
+    if (code == 'h') {
+      help = true;
+    } else if (code == kVersion) {
+      version = true;
+    } else {
+      const std::string problem = read_value(code, reader.value());
+      if (!problem.empty()) return reader.bad_value(problem);
+    }
+  }
+  return "";
+}
+
 int refuse_command_line(const std::string& program, const std::string& message,
                         std::ostream& err) {
   err << program << ": " << message << "\nTry '" << program << " --help'.\n";

@@ -32,6 +32,7 @@
 #include <getopt.h>
 
 #include <cstddef>
+#include <functional>
 #include <iosfwd>
 #include <string>
 #include <string_view>
@@ -141,6 +142,16 @@ class OptionReader {
   std::vector<std::string> operands_;
   bool done_ = false;
 };
+
+/// Reads every option of `reader`: -h/--help sets `help`, --version sets
+/// `version`, and every other option is handed with its value to
+/// `read_value`, which returns "" or what is wrong with the value. Returns
+/// "" or the message of the refused command line ("NAME: WHAT" for a bad
+/// value); the operands are then in reader.operands().
+std::string read_options(
+    OptionReader& reader, bool& help, bool& version,
+    const std::function<std::string(int code, const std::string& value)>&
+        read_value);
 
 /// Writes "PROGRAM: MESSAGE" and "Try 'PROGRAM --help'." on `err`; returns
 /// the status of a refused command line, 1.

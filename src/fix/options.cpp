@@ -102,17 +102,12 @@ std::string read_option(int code, const std::string& value, Options& o) {
 
 std::string parse_options(const std::vector<std::string>& args, Options& o) {
   cli::OptionReader reader("vestra-fix", args, "hj:", kOptions);
-  for (int code; (code = reader.next()) != -1;) {
-    if (code == '?') return reader.message();
-    if (code == 'h') {
-      o.help = true;
-    } else if (code == cli::kVersion) {
-      o.version = true;
-    } else {
-      const std::string problem = read_option(code, reader.value(), o);
-      if (!problem.empty()) return reader.bad_value(problem);
-    }
-  }
+  const std::string refused = cli::read_options(
+      reader, o.help, o.version,
+      [&](int code, const std::string& value) {
+        return read_option(code, value, o);
+      });
+  if (!refused.empty()) return refused;
   o.files = reader.operands();
   // Arrival times without any error would get infinite weights.
   if (o.settings.pick_error_s == 0.0 &&

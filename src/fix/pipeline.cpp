@@ -40,11 +40,10 @@ std::size_t locate_all(EventReader& reader, const Options& options,
 
   out << Writer::prologue(format);
   auto emit = [&](const std::string& s) {
-    std::size_t from = 0;
-    // The first GeoJSON feature of the run has no separator before it.
-    if (format == Format::geojson && first && !s.empty()) from = 1;
-    if (!s.empty()) first = false;
-    out.write(s.data() + from, static_cast<std::streamsize>(s.size() - from));
+    if (s.empty()) return;
+    if (!first) out << Writer::separator(format);
+    first = false;
+    out.write(s.data(), static_cast<std::streamsize>(s.size()));
   };
   auto read_chunk = [&](Chunk& c) {
     Event e;
@@ -55,9 +54,11 @@ std::size_t locate_all(EventReader& reader, const Options& options,
     return !c.events.empty();
   };
   auto process = [&](Locator& locator, const Writer& writer, Chunk& c) {
-    for (std::size_t k = 0; k < c.events.size(); ++k)
+    for (std::size_t k = 0; k < c.events.size(); ++k) {
+      if (!c.output.empty()) c.output += Writer::separator(format);
       writer.write(c.events[k], locator.locate(c.events[k]), c.output,
                    c.first + k);
+    }
     c.events.clear();
   };
 

@@ -311,7 +311,8 @@ std::string xml_escape(std::string_view text, bool attribute) {
   return xml_markup(xml_clean(text), attribute);
 }
 
-QuakemlWriter::QuakemlWriter(const Earth& earth, const Settings& settings)
+QuakemlWriter::QuakemlWriter(const geo::Earth& earth,
+                             const Settings& settings)
     : earth_(earth), settings_(settings) {
   const int e = settings.ellipsoid;
   earth_model_id_ = std::string(id_root) + "earth-model/" +
@@ -379,12 +380,12 @@ void QuakemlWriter::write_origin(const Event& event, const Solution& s,
   };
 
   // From the fix to each station: azimuth and epicentral distance.
-  const double km_per_degree = earth_.mean_radius_km() * deg2rad;
+  const double km_per_degree = earth_.mean_radius_km() * geo::deg2rad;
   std::vector<double> azimuth(n), distance(n);
   for (std::size_t i = 0; i < n; ++i) {
-    const Geodesic g = earth_.inverse(s.latitude, s.longitude,
+    const geo::Geodesic g = earth_.inverse(s.latitude, s.longitude,
                                       dets[i].latitude, dets[i].longitude);
-    azimuth[i] = wrap360(g.azimuth_1);
+    azimuth[i] = geo::wrap360(g.azimuth_1);
     distance[i] = g.distance_km / km_per_degree;
   }
 
@@ -492,7 +493,7 @@ void QuakemlWriter::write_pick(const Detection& d, const std::string& id,
   }
   indent(out, 4);
   out += "<waveformID" + waveform_attributes(stream_codes(name)) + "/>\n";
-  real_quantity(out, 4, "backazimuth", wrap360(d.back_azimuth), 6,
+  real_quantity(out, 4, "backazimuth", geo::wrap360(d.back_azimuth), 6,
                 d.sigma > 0.0 ? d.sigma : settings_.sigma_deg, 6);
   leaf(out, 4, "phaseHint", "I");
   comment(out, 4,
@@ -510,7 +511,7 @@ std::string to_quakeml(const std::vector<Event>& events,
     throw std::invalid_argument(
         "to_quakeml: " + std::to_string(events.size()) + " events but " +
         std::to_string(solutions.size()) + " solutions");
-  const Earth earth(settings.ellipsoid);
+  const geo::Earth earth(settings.ellipsoid);
   const QuakemlWriter writer(earth, settings);
   std::string out = QuakemlWriter::prologue();
   for (std::size_t i = 0; i < events.size(); ++i)

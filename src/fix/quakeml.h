@@ -19,8 +19,8 @@
 #include <vector>
 
 #include "fix/event.h"
-#include "fix/geodesy.h"
 #include "fix/locate.h"
+#include "geo/earth.h"
 
 namespace fix {
 
@@ -31,7 +31,7 @@ class QuakemlWriter {
   /// `earth` is the earth model the events were located on, the ellipsoid
   /// `settings.ellipsoid`; `settings` gives also the bearing standard
   /// deviation of detections without one and the pick error.
-  QuakemlWriter(const Earth& earth, const Settings& settings);
+  QuakemlWriter(const geo::Earth& earth, const Settings& settings);
 
   /// Appends the <event> element of `event`, the `index`th event of the run
   /// (from 0), located as `solution`, to `out`.
@@ -56,7 +56,7 @@ class QuakemlWriter {
   void write_pick(const Detection& d, const std::string& id,
                   const std::string& event_time, std::string& out) const;
 
-  const Earth& earth_;
+  const geo::Earth& earth_;
   Settings settings_;
   std::string earth_model_id_;
 };

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "class_location.h"
-#include "fix/geodesy.h"
+#include "geo/sphere.h"
 #include "fix/iso_time.h"
 #include "fix/reader_detail.h"
 
@@ -159,9 +159,9 @@ std::string read_value(std::string_view text, Quantity q, double& value) {
 }
 
 void normalise(Detection& d) {
-  d.longitude = wrap180(d.longitude);
+  d.longitude = geo::wrap180(d.longitude);
   if (d.longitude == -180.0) d.longitude = 180.0;
-  d.back_azimuth = wrap360(d.back_azimuth);
+  d.back_azimuth = geo::wrap360(d.back_azimuth);
 }
 
 std::string position_name(double latitude, double longitude) {

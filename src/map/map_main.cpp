@@ -1,28 +1,26 @@
 #include "map/map_main.h"
 
-#include <getopt.h>
-#include <stdlib.h>
-#include <unistd.h>
-
+#include <cctype>
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
-#include <iterator>
 #include <set>
 #include <sstream>
 
+#include "cli/command_line.h"
 #include "map/geojson_reader.h"
-#include "map/gmt_map.h"
-#include "version.h"
+#include "map/gmt_run.h"
+#include "map/output_file.h"
 
 namespace vestra::map {
 
 namespace fs = std::filesystem;
 
 namespace {
+
+const char* const kProgram = "vestra-map";
 
 const char* const kUsage =
     "Usage: vestra-map -o FILE.png|FILE.pdf [OPTION]... [GEOJSON]\n"
@@ -38,9 +36,12 @@ const char* const kUsage =
     "      --truth=LAT,LON   mark a known source position\n"
     "      --gmt=PROGRAM     the GMT program to run (default gmt)\n"
     "  -h, --help            this text\n"
-    "      --version         the version\n";
+    "      --version         the version\n"
+    "\n"
+    "Exit status: 0, or 1 after a refused command line or input, or when an\n"
+    "event could not be drawn (the other events are still drawn).\n";
 
-enum { kSize = 256, kDpi, kTruth, kGmt, kVersion };
+enum Code { kSize = cli::kFirstLongOnly, kDpi, kTruth, kGmt };
 
 const option kOptions[] = {
     {"output", required_argument, nullptr, 'o'},
@@ -49,29 +50,69 @@ const option kOptions[] = {
     {"truth", required_argument, nullptr, kTruth},
     {"gmt", required_argument, nullptr, kGmt},
     {"help", no_argument, nullptr, 'h'},
-    {"version", no_argument, nullptr, kVersion},
+    {"version", no_argument, nullptr, cli::kVersion},
     {nullptr, 0, nullptr, 0}};
 
-/// A whole decimal number in [lo, hi]; false for anything else.
-bool read_int(const std::string& text, int lo, int hi, int& value) {
-  if (text.empty() || !std::isdigit(static_cast<unsigned char>(text[0])))
-    return false;
-  errno = 0;
-  char* end = nullptr;
-  long v = std::strtol(text.c_str(), &end, 10);
-  if (errno || *end || v < lo || v > hi) return false;
-  value = static_cast<int>(v);
-  return true;
+/// What the command line asks for.
+struct MapOptions {
+  DrawOptions draw;
+  std::string output;       ///< the -o pattern
+  std::string input = "-";  ///< the GeoJSON file; "-" for standard input
+  bool help = false, version = false;
+};
+
+/// "W" "x" "H", each a whole number of pixels from 100 to 20000.
+std::string read_size(const std::string& value, DrawOptions& draw) {
+  const auto x = value.find('x');
+  if (x == std::string::npos)
+    return cli::quote(value) + " is not WIDTHxHEIGHT";
+  long long w = 0, h = 0;
+  std::string problem = cli::read_integer(value.substr(0, x), 100, 20000, w);
+  if (problem.empty())
+    problem = cli::read_integer(value.substr(x + 1), 100, 20000, h);
+  if (!problem.empty()) return problem + " (WIDTHxHEIGHT in pixels)";
+  draw.width_px = static_cast<int>(w);
+  draw.height_px = static_cast<int>(h);
+  return "";
 }
 
-bool read_number(const std::string& text, double lo, double hi, double& value) {
-  if (text.empty() || std::isspace(static_cast<unsigned char>(text[0])))
-    return false;
-  char* end = nullptr;
-  double v = std::strtod(text.c_str(), &end);
-  if (*end || !(v >= lo && v <= hi)) return false;
-  value = v;
-  return true;
+/// "LAT,LON" in degrees; a longitude above 180 is taken west.
+std::string read_truth(const std::string& value, DrawOptions& draw) {
+  const auto comma = value.find(',');
+  if (comma == std::string::npos)
+    return cli::quote(value) + " is not LATITUDE,LONGITUDE";
+  LonLat p;
+  std::string problem =
+      cli::read_number(value.substr(0, comma), {-90, 90}, p.lat);
+  if (problem.empty())
+    problem = cli::read_number(value.substr(comma + 1), {-180, 360}, p.lon);
+  if (!problem.empty()) return problem + " (LATITUDE,LONGITUDE in degrees)";
+  if (p.lon > 180) p.lon -= 360;
+  draw.truth = p;
+  return "";
+}
+
+/// Reads one option's value into `o`; "" or what is wrong with it.
+std::string read_option(int code, const std::string& value, MapOptions& o) {
+  switch (code) {
+    case 'o':
+      o.output = value;
+      return "";
+    case kSize:
+      return read_size(value, o.draw);
+    case kDpi: {
+      long long dpi = 0;
+      std::string problem = cli::read_integer(value, 30, 2400, dpi);
+      if (problem.empty()) o.draw.dpi = static_cast<int>(dpi);
+      return problem;
+    }
+    case kTruth:
+      return read_truth(value, o.draw);
+    case kGmt:
+      o.draw.gmt = value;
+      return "";
+  }
+  return "";
 }
 
 std::string lower(std::string s) {
@@ -79,201 +120,102 @@ std::string lower(std::string s) {
   return s;
 }
 
-/// Removes the run's temporary directory, however the run ends.
-struct TempDir {
-  fs::path path;
-  TempDir() {
-    const char* base = std::getenv("TMPDIR");
-    std::string pattern =
-        std::string(base && *base ? base : "/tmp") + "/vestra-map.XXXXXX";
-    if (!mkdtemp(pattern.data()))
-      throw MapError("cannot make a temporary directory in " +
-                     fs::path(pattern).parent_path().string() + ": " +
-                     std::strerror(errno));
-    path = pattern;
-  }
-  ~TempDir() {
-    std::error_code ignored;
-    fs::remove_all(path, ignored);
-  }
-  TempDir(const TempDir&) = delete;
-  TempDir& operator=(const TempDir&) = delete;
-};
-
-/// Puts `picture` at `target` in one step: a copy beside the target, then
-/// a rename, so that no half-written file ever carries the target's name.
-void install(const fs::path& picture, const fs::path& target) {
-  fs::path dir = target.parent_path();
-  fs::path part = (dir.empty() ? fs::path(".") : dir) /
-                  ("." + target.filename().string() + ".part" +
-                   std::to_string(getpid()));
-  std::error_code ec;
-  fs::copy_file(picture, part, fs::copy_options::overwrite_existing, ec);
-  if (!ec) fs::rename(part, target, ec);
-  if (ec) {
-    std::error_code ignored;
-    fs::remove(part, ignored);
-    throw MapError("cannot write " + target.string() + ": " + ec.message());
-  }
+/// The command line into `o`; "" or why it is refused.
+std::string parse_options(const std::vector<std::string>& args, MapOptions& o) {
+  cli::OptionReader reader(kProgram, args, "ho:", kOptions);
+  const std::string refused = cli::read_options(
+      reader, o.help, o.version,
+      [&](int code, const std::string& value) {
+        return read_option(code, value, o);
+      });
+  if (!refused.empty() || o.help || o.version) return refused;
+  if (o.output.empty()) return "no output file: give -o FILE.png or -o FILE.pdf";
+  const std::string ext = lower(fs::path(o.output).extension().string());
+  if (ext != ".png" && ext != ".pdf")
+    return "-o: " + cli::quote(o.output) + " does not end in .png or .pdf";
+  o.draw.pdf = ext == ".pdf";
+  const auto& files = reader.operands();
+  if (files.size() > 1)
+    return "more than one input file: " + cli::quote(files[0]) + ", " +
+           cli::quote(files[1]);
+  if (!files.empty()) o.input = files[0];
+  return "";
 }
 
-std::string read_input(const std::string& file) {
+std::string read_input(const std::string& file, std::istream& in) {
   std::ostringstream text;
   if (file == "-") {
-    text << std::cin.rdbuf();
-    if (std::cin.bad()) throw MapError("cannot read standard input");
+    text << in.rdbuf();
+    if (in.bad()) throw MapError("cannot read standard input");
     return text.str();
   }
-  std::ifstream in(file, std::ios::binary);
-  if (!in) throw MapError(std::strerror(errno));
+  std::ifstream stream(file, std::ios::binary);
+  if (!stream) throw MapError(std::strerror(errno));
   if (fs::is_directory(file)) throw MapError("is a directory");
-  text << in.rdbuf();
+  text << stream.rdbuf();
   return text.str();
+}
+
+/// The events of the input and the file of each; throws MapError.
+std::vector<MapEvent> read_events(const MapOptions& o, std::istream& in,
+                                  std::vector<std::string>& names) {
+  std::vector<MapEvent> events;
+  try {
+    events = read_geojson(read_input(o.input, in));
+  } catch (const std::exception& e) {
+    throw MapError((o.input == "-" ? "<stdin>" : o.input) + ": " + e.what());
+  }
+  std::set<std::string> seen;
+  for (std::size_t i = 0; i < events.size(); ++i) {
+    names.push_back(output_name(o.output, events[i], i + 1, events.size()));
+    if (!seen.insert(names.back()).second)
+      throw MapError("two events would be drawn into " +
+                     cli::quote(names.back()) + "; use %n in the -o name");
+  }
+  return events;
+}
+
+/// Draws each event in a directory of its own; a failed event is reported
+/// and the others are still drawn.
+void draw_all(const std::vector<MapEvent>& events,
+              const std::vector<std::string>& names, const DrawOptions& draw,
+              cli::Diagnostics& diagnostics) {
+  SignalGuard guard;
+  TempDir temp;
+  for (std::size_t i = 0; i < events.size(); ++i) {
+    const fs::path dir = temp.path() / ("event" + std::to_string(i + 1));
+    try {
+      fs::create_directory(dir);
+      install_picture(draw_event(events[i], draw, dir, i + 1), names[i]);
+    } catch (const MapError& e) {
+      diagnostics.error("event " + cli::quote(events[i].name), e.what());
+    }
+  }
+  SignalGuard::check();
 }
 
 }  // namespace
 
-std::string output_name(const std::string& pattern, const MapEvent& event,
-                        std::size_t number, std::size_t count) {
-  std::string p = pattern;
-  if (p.find('%') == std::string::npos && count > 1) {
-    const fs::path path(p);
-    const std::string ext = path.extension().string();
-    p = p.substr(0, p.size() - ext.size()) + "-%e" + ext;
+int map_main(const std::vector<std::string>& args, std::istream& in,
+             std::ostream& out, std::ostream& err) {
+  MapOptions o;
+  const std::string refused = parse_options(args, o);
+  if (!refused.empty()) return cli::refuse_command_line(kProgram, refused, err);
+  cli::Diagnostics diagnostics(kProgram, err);
+  if (o.help || o.version) {
+    out << (o.help ? kUsage : cli::version_line(kProgram));
+    return cli::finish_output(out, diagnostics) ? 0 : 1;
   }
-  std::string out;
-  for (std::size_t i = 0; i < p.size(); ++i) {
-    if (p[i] != '%') {
-      out += p[i];
-      continue;
-    }
-    const char code = i + 1 < p.size() ? p[++i] : '\0';
-    if (code == '%') {
-      out += '%';
-    } else if (code == 'n' || (code == 'e' && event.name.empty())) {
-      out += std::to_string(number);
-    } else if (code == 'e') {
-      for (char c : event.name)
-        out += std::isalnum(static_cast<unsigned char>(c)) || c == '.' ||
-                       c == '-' || c == '_'
-                   ? c
-                   : '_';
-    } else {
-      throw MapError("-o: unknown %" + std::string(1, code) +
-                     " (use %e, %n or %%)");
-    }
-  }
-  return out;
-}
-
-int map_main(int argc, char** argv) {
-  DrawOptions options;
-  std::string output;
-  optind = 1;
-  opterr = 0;
   try {
-    for (int c; (c = getopt_long(argc, argv, ":o:h", kOptions, nullptr)) != -1;) {
-      const std::string value = optarg ? optarg : "";
-      switch (c) {
-        case 'o':
-          output = value;
-          break;
-        case kSize: {
-          auto x = value.find('x');
-          if (x == std::string::npos ||
-              !read_int(value.substr(0, x), 100, 20000, options.width_px) ||
-              !read_int(value.substr(x + 1), 100, 20000, options.height_px))
-            throw MapError("--size: expected WIDTHxHEIGHT in pixels, 100 to "
-                           "20000 each, not \"" + value + "\"");
-          break;
-        }
-        case kDpi:
-          if (!read_int(value, 30, 2400, options.dpi))
-            throw MapError("--dpi: expected a whole number from 30 to 2400, not \"" +
-                           value + "\"");
-          break;
-        case kTruth: {
-          auto comma = value.find(',');
-          GeoPoint p;
-          if (comma == std::string::npos ||
-              !read_number(value.substr(0, comma), -90, 90, p.lat) ||
-              !read_number(value.substr(comma + 1), -180, 360, p.lon))
-            throw MapError("--truth: expected LATITUDE,LONGITUDE in degrees, not \"" +
-                           value + "\"");
-          if (p.lon > 180) p.lon -= 360;
-          options.truth = p;
-          break;
-        }
-        case kGmt:
-          options.gmt = value;
-          break;
-        case 'h':
-          std::cout << kUsage;
-          return 0;
-        case kVersion:
-          std::cout << "vestra-map (" << shortVersion << ")\n";
-          return 0;
-        case ':':
-          throw MapError(std::string(argv[optind - 1]) + " needs a value");
-        default:
-          throw MapError("unknown option " + std::string(argv[optind - 1]) +
-                         " (see vestra-map --help)");
-      }
-    }
-    if (output.empty()) throw MapError("no output file: give -o FILE.png or -o FILE.pdf");
-    const std::string ext = lower(fs::path(output).extension().string());
-    if (ext != ".png" && ext != ".pdf")
-      throw MapError("-o " + output + ": the name must end in .png or .pdf");
-    options.pdf = ext == ".pdf";
-    if (argc - optind > 1) throw MapError("more than one input file");
-  } catch (const MapError& e) {
-    std::cerr << "vestra-map: " << e.what() << "\n";
-    return 1;
-  }
-
-  const std::string input = optind < argc ? argv[optind] : "-";
-  const std::string input_name = input == "-" ? "standard input" : input;
-  std::vector<MapEvent> events;
-  std::vector<std::string> names;
-  try {
-    try {
-      events = read_geojson(read_input(input));
-    } catch (const std::exception& e) {
-      throw MapError(input_name + ": " + e.what());
-    }
-    std::set<std::string> seen;
-    for (std::size_t i = 0; i < events.size(); ++i) {
-      names.push_back(output_name(output, events[i], i + 1, events.size()));
-      if (!seen.insert(names.back()).second)
-        throw MapError("two events would be drawn into " + names.back() +
-                       "; use %n in the -o name");
-    }
-  } catch (const MapError& e) {
-    std::cerr << "vestra-map: " << e.what() << "\n";
-    return 1;
-  }
-
-  // Each event is drawn in its own directory; a failed event is reported
-  // and the others are still drawn.
-  int status = 0;
-  try {
-    TempDir temp;
-    for (std::size_t i = 0; i < events.size(); ++i) {
-      const fs::path dir = temp.path / ("event" + std::to_string(i + 1));
-      try {
-        fs::create_directory(dir);
-        install(draw_event(events[i], options, dir, i + 1), names[i]);
-      } catch (const MapError& e) {
-        std::cerr << "vestra-map: event \"" << events[i].name << "\": "
-                  << e.what() << "\n";
-        status = 1;
-      }
-    }
+    std::vector<std::string> names;
+    const std::vector<MapEvent> events = read_events(o, in, names);
+    draw_all(events, names, o.draw, diagnostics);
+  } catch (const Interrupted& i) {
+    return die_by(i.signal);
   } catch (const std::exception& e) {
-    std::cerr << "vestra-map: " << e.what() << "\n";
-    return 1;
+    diagnostics.error(e.what());
   }
-  return status;
+  return diagnostics.errors() ? 1 : 0;
 }
 
 }  // namespace vestra::map

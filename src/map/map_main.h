@@ -1,24 +1,20 @@
-// The vestra-map command: reads vestra-fix's GeoJSON and draws one map per
-// event.
+// The vestra-map program as a function, so that tests run it in-process:
+// reads vestra-fix's GeoJSON and draws one map per event.
 #pragma once
 
-#include <cstddef>
+#include <iosfwd>
 #include <string>
-
-#include "map/map_event.h"
+#include <vector>
 
 namespace vestra::map {
 
-/// The output file of the `number`th event (from 1) of `count`, from the
-/// -o pattern: "%e" is the event's name made safe for a file name (letters,
-/// digits, '.', '-' and '_' kept, others replaced by '_'; the number when
-/// the name is empty), "%n" its number, "%%" a percent sign. A pattern
-/// without '%' gets "-%e" before its extension when there are several
-/// events. Throws MapError for any other '%' sequence.
-std::string output_name(const std::string& pattern, const MapEvent& event,
-                        std::size_t number, std::size_t count);
-
-/// The whole run; returns the exit status.
-int map_main(int argc, char** argv);
+/// The whole program: `args` without the program's name, the GeoJSON on
+/// `in` when no file is named, the help and version texts on `out`,
+/// messages on `err`. Returns the exit status: 0, or 1 after a refused
+/// command line or input or an event that could not be drawn. After
+/// SIGTERM, SIGINT or SIGHUP during drawing the process removes its
+/// temporary files and dies by the same signal.
+int map_main(const std::vector<std::string>& args, std::istream& in,
+             std::ostream& out, std::ostream& err);
 
 }  // namespace vestra::map

@@ -25,22 +25,20 @@ struct PlanePoint {
   double y = 0;
 };
 
-/// Mean earth radius of the planning sphere, km.
-inline constexpr double kEarthRadiusKm = 6371.0088;
 /// Farthest feature from the centre, km, still drawn stereographically.
 inline constexpr double kRegionalRadiusKm = 2000;
 
-PlanePoint project(Projection proj, GeoPoint centre, GeoPoint p);
-GeoPoint unproject(Projection proj, GeoPoint centre, PlanePoint q);
-/// Great-circle distance in km.
-double distance_km(GeoPoint a, GeoPoint b);
+/// The point `p` in the plane of `proj` about `centre`, on the sphere of
+/// geo::mean_radius_km, and back.
+PlanePoint project(Projection proj, LonLat centre, LonLat p);
+LonLat unproject(Projection proj, LonLat centre, PlanePoint q);
 
 struct MapView {
   Projection projection = Projection::stereographic;
-  GeoPoint centre;                   ///< tangent point of the projection
-  bool whole_earth = false;          ///< the whole azimuthal-equidistant disk
-  GeoPoint lower_left, upper_right;  ///< corners of the map rectangle
-  PlanePoint low, high;              ///< the same corners in the plane
+  LonLat centre;                   ///< tangent point of the projection
+  bool whole_earth = false;        ///< the whole azimuthal-equidistant disk
+  LonLat lower_left, upper_right;  ///< corners of the map rectangle
+  PlanePoint low, high;            ///< the same corners in the plane
   double width_km = 0, height_km = 0;
   double scale_bar_km = 0;  ///< a round length near a quarter of the width
 };
@@ -48,15 +46,15 @@ struct MapView {
 /// The points a map of `event` must show: stations, bearing lines, the fix
 /// and its ellipse, and `truth`. Crossings count only when there is no fix,
 /// so that a crossing on the far side of the earth does not shrink the map.
-std::vector<GeoPoint> framed_points(const MapEvent& event,
-                                    std::optional<GeoPoint> truth);
+std::vector<LonLat> framed_points(const MapEvent& event,
+                                  std::optional<LonLat> truth);
 
 /// The view of `points` (not empty) with a margin, as a rectangle of the
 /// given width/height `aspect`. Stereographic about the middle of the
 /// points when all lie within kRegionalRadiusKm of `fix` (or of their mean
 /// position when there is no fix); otherwise azimuthal equidistant about
 /// the fix, and the whole disk when the rectangle would not fit in it.
-MapView choose_view(const std::vector<GeoPoint>& points,
-                    std::optional<GeoPoint> fix, double aspect);
+MapView choose_view(const std::vector<LonLat>& points,
+                    std::optional<LonLat> fix, double aspect);
 
 }  // namespace vestra::map

@@ -1,8 +1,8 @@
-#include "fix/geodesy.h"
+#include "geo/sphere.h"
 
 #include <cmath>
 
-namespace fix {
+namespace geo {
 
 double wrap180(double degrees) {
   double r = std::fmod(degrees, 360.0);
@@ -18,45 +18,32 @@ double wrap360(double degrees) {
   return r;
 }
 
-Earth::Earth(int ellipsoid) : earth_(ellipsoid) {
-  mean_radius_km_ = (2.0 * earth_.GetEquatorialRadiusInMeters() +
-                     earth_.GetPolarRadiusInMeters()) /
-                    3000.0;
-}
-
-Geodesic Earth::inverse(double lat1, double lon1, double lat2,
-                        double lon2) const {
-  CPolarCoordinate p1, p2;
-  p1.Set(lat1, lon1, 0.0);
-  p2.Set(lat2, lon2, 0.0);
-  double az1 = 0.0, back = 0.0;
-  const double metres = earth_.GetSurfaceDistance(p1, p2, &az1, &back);
-  return {metres / 1000.0, az1, wrap360(back + 180.0)};
-}
-
-void Earth::direct(double lat, double lon, double distance_km, double azimuth,
-                   double& lat2, double& lon2) const {
-  CPolarCoordinate p1, p2;
-  p1.Set(lat, lon, 0.0);
-  earth_.AddSurfaceDistanceAndDirectionToCoordinate(p1, distance_km * 1000.0,
-                                                    azimuth, p2);
-  lat2 = p2.GetUpDownAngleInDegrees();
-  lon2 = wrap180(p2.GetLeftRightAngleInDegrees());
-  if (lon2 == -180.0) lon2 = 180.0;
-}
-
 Vec3 unit_vector(double lat, double lon) {
   const double phi = lat * deg2rad, lambda = lon * deg2rad;
   return {std::cos(phi) * std::cos(lambda), std::cos(phi) * std::sin(lambda),
           std::sin(phi)};
 }
 
-double arc_degrees(const Vec3& a, const Vec3& b) {
+LonLat position(const Vec3& v) {
+  return {std::atan2(v.y, v.x) * rad2deg,
+          std::atan2(v.z, std::hypot(v.x, v.y)) * rad2deg};
+}
+
+double arc_radians(const Vec3& a, const Vec3& b) {
   const double cx = a.y * b.z - a.z * b.y;
   const double cy = a.z * b.x - a.x * b.z;
   const double cz = a.x * b.y - a.y * b.x;
   const double dot = a.x * b.x + a.y * b.y + a.z * b.z;
-  return std::atan2(std::sqrt(cx * cx + cy * cy + cz * cz), dot) * rad2deg;
+  return std::atan2(std::sqrt(cx * cx + cy * cy + cz * cz), dot);
+}
+
+double arc_degrees(const Vec3& a, const Vec3& b) {
+  return arc_radians(a, b) * rad2deg;
+}
+
+double distance_km(LonLat a, LonLat b) {
+  return mean_radius_km *
+         arc_radians(unit_vector(a.lat, a.lon), unit_vector(b.lat, b.lon));
 }
 
 LocalFrame local_frame(double lat, double lon) {
@@ -72,4 +59,4 @@ double sphere_azimuth(const LocalFrame& f, const Vec3& to) {
   return wrap360(std::atan2(east, north) * rad2deg);
 }
 
-}  // namespace fix
+}  // namespace geo
