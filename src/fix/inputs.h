@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <deque>
 #include <fstream>
 #include <istream>
 #include <memory>
@@ -81,7 +82,7 @@ class InputChain final : public EventReader {
       std::string name;
       std::size_t first = none, last = none, count = 0, refused = 0;
     };
-    std::vector<Detection> detections;
+    std::deque<Detection> detections;  // no copies as it grows
     std::vector<std::size_t> next;  // the event's next detection, or none
     std::vector<Head> events;       // in order of first appearance
     std::size_t taken = 0;          // events taken
