@@ -76,8 +76,10 @@ std::string read_count(const std::string& value, long long lo, long long hi,
   return problem;
 }
 
+// An ISO 8601 time, or a date alone for its midnight (UTC).
 std::string read_time(const std::string& value, double& out) {
-  const auto t = fix::parse_iso_time(value);
+  auto t = fix::parse_iso_time(value);
+  if (!t && value.size() == 10) t = fix::parse_iso_time(value + "T00:00:00");
   if (!t) return cli::quote(value) + " is not an ISO 8601 time";
   out = *t;
   return "";

@@ -1,0 +1,79 @@
+#!/usr/bin/env bash
+# vestra-assoc on a seeded synthetic world of 12 days: the same bytes for
+# any order of the input files and any number of jobs; every detection
+# written once, to an event or to the unassociated file; that file put in
+# place without following a link; and a run split into time slices with
+# GNU parallel, as the manual page shows it, equal to the single run.
+# Usage: assoc_test.sh VESTRA_ASSOC WORLD_TEXT
+set -u
+assoc=$1 world_text=$2
+source "$(dirname "$0")/check_lib.sh"
+
+tmp=$(mktemp -d)
+trap 'rm -rf "$tmp"' EXIT
+cd "$tmp" || exit 1
+
+# 8 arrays, 12 days from 2010-01-01, 150 events, 0.75 clutter detections
+# per array-hour; one text file per array.
+"$world_text" 5 12 150 0.75 >world.txt || fail "world_text: status $?"
+awk '{ print > ($2 ".txt") }' world.txt
+arrays=$(ls R*.txt)
+reversed=$(ls -r R*.txt)
+total=$(wc -l <world.txt)
+
+# Order of the files and jobs.
+"$assoc" -j1 --unassociated=un1.json $arrays >out1.json ||
+    fail "-j1: status $?"
+"$assoc" -j2 --unassociated=un2.json $reversed >out2.json ||
+    fail "-j2, files reversed: status $?"
+cmp -s out1.json out2.json || fail "events differ with -j2 and the files reversed"
+cmp -s un1.json un2.json || fail "unassociated differ with -j2 and the files reversed"
+events=$(grep -c '"Event": "2010' out1.json)
+rest=$(grep -c '"Event": ""' un1.json)
+((events > 400)) || fail "only $events detections associated"
+((events + rest == total)) ||
+    fail "$events associated and $rest unassociated of $total detections"
+# Detections that come with an event keep it: its own output read again
+# is written again as it was.
+"$assoc" -j2 out1.json | cmp -s - out1.json ||
+    fail "its own output read again differs"
+
+# The unassociated file replaces a link planted at its name, not the file
+# the link points to.
+echo victim >victim
+ln -s victim link.json
+"$assoc" --unassociated=link.json R1.txt R2.txt >/dev/null ||
+    fail "link: status $?"
+[[ $(cat victim) == victim ]] || fail "the link's target was written"
+[[ -f link.json && ! -L link.json ]] || fail "link.json is still a link"
+
+# A split run: slices of three days with three days of overlap on either
+# side; each slice writes the events whose first arrival, and the other
+# detections whose time, lies in its own three days; the outputs, merged,
+# are the single run's.
+slice() {  # slice K: the slice from day 3K
+    local k=$1 from to lo hi opts=()
+    from=$(date -u -d "2010-01-01 + $((3 * k)) days" +%F)
+    to=$(date -u -d "2010-01-01 + $((3 * k + 3)) days" +%F)
+    lo=$(date -u -d "$from - 3 days" +%F) hi=$(date -u -d "$to + 3 days" +%F)
+    ((k > 0)) && opts+=(--from="$from")
+    ((k < 3)) && opts+=(--to="$to")
+    awk -v lo="$lo" -v hi="$hi" '$7 == "-" || ($7 >= lo && $7 < hi)' \
+        world.txt >"slice$k.txt"
+    "$assoc" "${opts[@]}" --unassociated="slice$k.un" "slice$k.txt" \
+        >"slice$k.json"
+}
+export -f slice
+export assoc
+parallel --will-cite slice ::: 0 1 2 3 || fail "parallel: status $?"
+merge() {  # merge FILE...: detection JSON arrays into one
+    echo '['
+    sed -s '1d;$d;s/,$//' "$@" | sed '$!s/$/,/'
+    echo ']'
+}
+merge slice0.json slice1.json slice2.json slice3.json | cmp -s - out1.json ||
+    fail "the slices' events differ from the single run's"
+merge slice0.un slice1.un slice2.un slice3.un | cmp -s - un1.json ||
+    fail "the slices' unassociated detections differ from the single run's"
+
+finish vestra-assoc
