@@ -1,5 +1,7 @@
 #include "assoc/labels.h"
 
+#include "assoc/stream.h"
+
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -39,13 +41,29 @@ struct Group {
   std::string label;
 };
 
-// The events found among the items without one, their items in order.
+// How far beyond its own interval a slice reads the detections, s: three
+// of the association's blocks (stream.h), which covers what decides the
+// events of a block (its neighbours' clutter and candidates, and theirs).
+double slice_margin(const Options& options) {
+  Options one = options;
+  one.jobs = 1;
+  return 3.0 * Stream(one).block_s();
+}
+
+// The events found among the items without one, their items in order;
+// of a slice, the items without one farther than the margin from it take
+// no part.
 std::vector<Group> found_groups(const std::vector<Item>& items,
-                                const Options& options, Result& result) {
+                                const Options& options, const Slice& slice,
+                                Result& result) {
+  const bool whole = slice.from == -never && slice.to == never;
+  const double margin = whole ? 0.0 : slice_margin(options);
+  const Slice read{slice.from - margin, slice.to + margin};
   std::vector<std::size_t> free;
   std::vector<fix::Detection> detections;
   for (std::size_t i = 0; i < items.size(); ++i)
-    if (items[i].event.empty()) {
+    if (items[i].event.empty() &&
+        (!items[i].detection.has_time || read.owns(items[i].detection.time))) {
       free.push_back(i);
       detections.push_back(items[i].detection);
     }
@@ -109,7 +127,7 @@ std::string time_label(double seconds) {
 Labelled label_events(const std::vector<Item>& items, const Options& options,
                       const Slice& slice) {
   Labelled out;
-  std::vector<Group> groups = found_groups(items, options, out.result);
+  std::vector<Group> groups = found_groups(items, options, slice, out.result);
   std::map<std::string, Group> given;
   for (std::size_t i = 0; i < items.size(); ++i)
     if (!items[i].event.empty()) given[items[i].event].items.push_back(i);

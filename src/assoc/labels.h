@@ -30,7 +30,10 @@ struct Item {
 /// The part of a longer input that a run writes: the events whose first
 /// arrival lies in [from, to), and the detections of no event whose arrival
 /// time does. Detections without a time belong to the slice that reaches
-/// to the end (`to` infinite).
+/// to the end (`to` infinite). Of the detections without an event, only
+/// those within three days of the slice (three of the association's blocks,
+/// Stream::block_s) are associated, which is enough for the slice's events
+/// to be those of a run over the whole input.
 struct Slice {
   double from = -std::numeric_limits<double>::infinity();  ///< s
   double to = std::numeric_limits<double>::infinity();     ///< s
