@@ -9,6 +9,7 @@ set -u
 assoc=$1 world_text=$2
 source "$(dirname "$0")/check_lib.sh"
 
+here=$(cd "$(dirname "$0")" && pwd)
 tmp=$(mktemp -d)
 trap 'rm -rf "$tmp"' EXIT
 cd "$tmp" || exit 1
@@ -33,6 +34,13 @@ rest=$(grep -c '"Event": ""' un1.json)
 ((events > 400)) || fail "only $events detections associated"
 ((events + rest == total)) ||
     fail "$events associated and $rest unassociated of $total detections"
+# Detection JSON likewise (InfraPy's example).
+dets=$here/detections
+"$assoc" -j1 "$dets"/{DLIAR,I57US,NVIAR,PDIAR}.dets.json >infrapy1.json
+"$assoc" -j2 "$dets"/{PDIAR,NVIAR,I57US,DLIAR}.dets.json >infrapy2.json
+cmp -s infrapy1.json infrapy2.json ||
+    fail "InfraPy's example differs with -j2 and the files reversed"
+
 # Detections that come with an event keep it: its own output read again
 # is written again as it was.
 "$assoc" -j2 out1.json | cmp -s - out1.json ||
