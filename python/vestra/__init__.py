@@ -59,6 +59,8 @@ def _detection_json(detections):
 
 
 def _raise_or_warn(messages, errors):
+    """ValueError with the messages of a run that found bad input; else its
+    notes as warnings."""
     if errors:
         raise ValueError("\n".join(messages))
     for m in messages:
@@ -66,6 +68,7 @@ def _raise_or_warn(messages, errors):
 
 
 def _run(detections, fmt, sigma, celerity, pick_error, ellipsoid, jobs):
+    """vestra-fix's output in format `fmt` for a list of detection dicts."""
     args = _fix_args(sigma, celerity, pick_error, ellipsoid, jobs)
     output, messages, errors = _vestra.run_fix(
         _detection_json(detections), ["--format=" + fmt] + args, _LIST_NAME)

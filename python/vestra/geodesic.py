@@ -34,11 +34,13 @@ def _arrays(*values):
 
 
 def _ellipsoid(ellipsoid):
+    """The ellipsoid number, checked as vestra-fix checks --ellipsoid."""
     _vestra.check_options(["--ellipsoid=" + _number(ellipsoid, "ellipsoid")])
     return int(ellipsoid)
 
 
 def _result(names, arrays, scalar):
+    """The dict of results; scalars when every argument was one."""
     return {n: (a[()] if scalar else a) for n, a in zip(names, arrays)}
 
 
