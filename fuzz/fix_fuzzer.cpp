@@ -1,23 +1,36 @@
 // Fuzzes vestra-fix's two readers (the text format, and detection JSON when
-// the input starts with "[") and what follows them: every event read is
-// located and written. Nothing may crash, hang or leave undefined
+// the input starts with "["), the grouping into events and what follows
+// them: every event read is located and written, and every JSON element is
+// kept as written and given an event again. Nothing may crash, hang or leave undefined
 // behaviour, whatever the bytes.
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <sstream>
 #include <string>
+#include <vector>
 
+#include "fix/inputs.h"
 #include "fix/locate.h"
 #include "fix/reader.h"
 #include "fix/writer.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  std::istringstream in(
-      std::string(reinterpret_cast<const char*>(data), size));
+  const std::string bytes(reinterpret_cast<const char*>(data), size);
   std::ostringstream messages;
   fix::Diagnostics diagnostics("vestra-fix", messages);
-  const auto reader = fix::open_reader(in, "fuzz", diagnostics);
+  {
+    std::istringstream in(bytes);
+    fix::DetectionReader all({"-"}, in, diagnostics, {.keep_raw = true});
+    fix::DetectionRecord r;
+    std::string out;
+    while (all.next(r))
+      if (r.json && r.usable) out += r.raw.with_event("\"e\"", "\"s\"");
+  }
+  std::istringstream in(bytes);
+  const auto reader = std::make_unique<fix::InputChain>(
+      std::vector<std::string>{}, in, diagnostics);
   static fix::Locator locator{fix::Settings{}};
   const fix::Writer text(fix::Format::text, locator.earth());
   const fix::Writer json(fix::Format::json, locator.earth());

@@ -143,7 +143,6 @@ TEST(AssocStream, ShiftedCopiesMeasureClutterNotEvents) {
 
   // Asked for at most 1% false events, the threshold rises and fewer
   // events are kept.
-  o.copies = 1;
   o.max_false = 0.01;
   const assoc::Result strict = assoc::associate(noisy.detections, o);
   EXPECT_GT(strict.threshold, o.threshold);

@@ -76,7 +76,7 @@ class FixGeoJson : public ::testing::Test {
     text << "nofix A 60 10 90\nnofix B 95 10 90\n";
     const Outcome r = run({"--format=geojson"}, text.str());
     ASSERT_EQ(r.status, 1);
-    ASSERT_EQ(r.err, "vestra-fix: <stdin>:10: latitude: outside [-90, 90]: '95'\n");
+    ASSERT_EQ(r.err, "vestra-fix: <stdin>:10: latitude: \"95\" is outside [-90, 90]\n");
     output_ = new std::string(r.out);
   }
   static void TearDownTestSuite() { delete output_; }

@@ -150,7 +150,7 @@ struct FillingDisk : std::streambuf {
 // thread and on several.
 TEST(FixOutput, AFullDiskEndsTheRun) {
   std::string input;
-  for (int e = 0; e < 2000; ++e)
+  for (int e = 0; e < 20000; ++e)
     input += "E" + std::to_string(e) + " Kiruna - - 111\nE" +
              std::to_string(e) + " Lycksele - - 66\n";
   for (const char* jobs : {"1", "3"}) {

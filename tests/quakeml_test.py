@@ -323,7 +323,7 @@ def test_hostile_names_survive_escaping():
     clean = [re.sub("[\u0000-\u0008\u000b\u000c\u000e-\u001f\ufffe]",
                     "\ufffd", n) for n in names]
     codes = [("XX", c[:8], None, None) for c in clean]
-    codes[-1] = ("XX", "-", None, None)
+    codes[-1] = ("XX", "@10,10", None, None)  # named after its position
     codes[4:7] = [("SY", "PDIAR", None, None), ("IM", "I57US", "", "BDF"),
                   ("XX", "St.Morit", None, None)]
     for event, name, code in zip(events, clean, codes):

@@ -27,17 +27,40 @@
 
 namespace assoc {
 
+/// One phase of the travel-time model: a Gaussian reciprocal celerity of
+/// some weight.
+struct Phase {
+  double weight;       ///< share of the arrivals (the weights are normalised)
+  double slowness;     ///< mean reciprocal celerity, s/km
+  double slowness_sd;  ///< its standard deviation, s/km
+};
+
+/// The three-phase mixture of reciprocal celerity published for
+/// infrasound (fast stratospheric, stratospheric, thermospheric and
+/// diffuse arrivals).
+inline const std::vector<Phase>& infrasound_phases() {
+  static const std::vector<Phase> phases = {{0.0539, 1.0 / 0.327, 0.066},
+                                            {0.0899, 1.0 / 0.293, 0.08},
+                                            {0.8562, 1.0 / 0.26, 0.33}};
+  return phases;
+}
+
 struct Options {
   /// Bearing standard deviation, celerities, pick error and ellipsoid:
-  /// those of the location.
+  /// those of the location. The celerity range bounds the times that may
+  /// belong to one source; the pick error adds to every phase's spread.
   fix::Settings settings;
+  /// The arrival times' model in the score and the fits: a mixture of
+  /// phases; empty: the locator's (a slowness uniform over the celerity
+  /// range, as one Gaussian).
+  std::vector<Phase> phases = infrasound_phases();
   std::size_t min_detections = 3;  ///< least detections of an event
   std::size_t min_arrays = 2;      ///< least arrays of an event
   /// Farthest an array may be from a source it detects, km.
   double max_distance_km = 5000.0;
   /// Least score of an event: the natural logarithm of its likelihood
   /// ratio against clutter.
-  double threshold = 12.0;
+  double threshold = 12.25;
   /// Shifted copies of the unassociated detections to associate, to
   /// measure how many of the events clutter alone would make (0: none).
   unsigned copies = 0;

@@ -20,7 +20,7 @@ std::vector<double> pair_windows(const Catalogue& c, const Model& m) {
   const double fastest = 2.0 * m.slowness - m.slowness_max;
   for (std::size_t a = 0; a < n; ++a)
     for (std::size_t b = 0; b < n; ++b) {
-      const double apart = angle(c.sites[a].p, c.sites[b].p);
+      const double apart = geo::arc_radians(c.sites[a].p, c.sites[b].p);
       w[a * n + b] = apart > 2.0 * m.max_arc
                          ? -1.0
                          : m.max_arc * r * (slowest - fastest) +

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <limits>
 #include <numeric>
 #include <tuple>
 
@@ -19,6 +20,40 @@ Model::Model(const Options& options, double radius)
   max_arc = std::min(options.max_distance_km / radius_km, 3.0);
   cos_max_arc = std::cos(max_arc);
   span_s = max_arc * radius_km * slowness_max + 4.0 * s.pick_error_s;
+  double total = 0.0;
+  for (const Phase& p : options.phases) total += p.weight;
+  for (const Phase& p : options.phases)
+    if (p.weight > 0.0)
+      components.push_back({std::log(p.weight / total), p.slowness,
+                            p.slowness_sd});
+  if (components.empty()) components.push_back({0.0, slowness, slowness_sd});
+}
+
+double Model::ln_travel(double travel, double km, double extra) const {
+  constexpr double ln_2pi = 1.8378770664093453;
+  // ln sum_k w_k N(travel; km s_k, v_k), summed relative to the largest
+  // term so far.
+  double top = -std::numeric_limits<double>::infinity(), sum = 0.0;
+  for (const Component& k : components) {
+    const double v = phase_var(k, km) + extra;
+    const double r = travel - km * k.slowness;
+    const double term = k.ln_weight - 0.5 * (r * r / v + std::log(v) + ln_2pi);
+    if (term > top) {
+      sum = sum * std::exp(top - term) + 1.0;
+      top = term;
+    } else {
+      sum += std::exp(term - top);
+    }
+  }
+  return top + std::log(sum);
+}
+
+double Model::travel_z(double travel, double km) const {
+  double z = std::numeric_limits<double>::infinity();
+  for (const Component& k : components)
+    z = std::min(z, std::fabs(travel - km * k.slowness) /
+                        std::sqrt(phase_var(k, km)));
+  return z;
 }
 
 std::string site_place(const fix::Detection& d) {

@@ -16,9 +16,11 @@
 #include <vector>
 
 #include "assoc/associate.h"
-#include "assoc/sphere.h"
+#include "geo/sphere.h"
 
 namespace assoc {
+
+using geo::Vec3;
 
 /// Number of an arrival in the canonical order.
 using Id = std::uint64_t;
@@ -45,25 +47,45 @@ struct Arrival {
 };
 
 /// The likelihood model: Gaussian bearing errors of the arrival's sigma;
-/// arrival time = origin time + distance x slowness, with the slowness of
-/// the celerity range's mean and spread (uniform over the range) plus the
-/// pick error, as the locator has it.
+/// arrival time = origin time + distance x slowness, the slowness drawn
+/// from a mixture of Gaussian phases (the options'), plus the pick error.
+/// The gates and the pairs' windows take the celerity range's mean and
+/// spread (uniform over the range), as the locator has them.
 struct Model {
+  /// One phase of the mixture: ln of its normalised weight, mean and
+  /// standard deviation of its slowness (s/km).
+  struct Component {
+    double ln_weight, slowness, slowness_sd;
+  };
+
   double radius_km;     ///< mean radius of the earth
-  double slowness;      ///< mean slowness, s/km
+  double slowness;      ///< mean slowness of the celerity range, s/km
   double slowness_sd;   ///< its standard deviation, s/km
   double slowness_max;  ///< of the lowest celerity, s/km
   double pick_var;      ///< variance of a pick, s^2
   double max_arc;       ///< farthest source from a site, radians
   double cos_max_arc;
   double span_s;        ///< longest time from an origin to an arrival
+  std::vector<Component> components;
 
   Model(const Options& options, double radius_km);
-  /// Variance of the travel time over `arc` radians, s^2.
+  /// Variance of the travel time over `arc` radians with the celerity
+  /// range's spread, s^2.
   double time_var(double arc) const {
     const double spread = arc * radius_km * slowness_sd;
     return pick_var + spread * spread;
   }
+  /// Variance of the travel time of component `k` over `km` km, s^2.
+  double phase_var(const Component& k, double km) const {
+    const double spread = km * k.slowness_sd;
+    return pick_var + spread * spread;
+  }
+  /// ln of the density (per s) of the travel time `travel` (s) over `km`
+  /// km, every component's variance increased by `extra` (s^2).
+  double ln_travel(double travel, double km, double extra) const;
+  /// The number of standard deviations by which `travel` (s) misses the
+  /// nearest component over `km` km.
+  double travel_z(double travel, double km) const;
 };
 
 /// The name of the array of a detection and its place, which make it one.

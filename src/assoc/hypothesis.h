@@ -77,7 +77,8 @@ class Fitter {
   struct SitePrediction {
     double bearing;  ///< degrees
     double arc;      ///< radians
-    double time;     ///< predicted arrival, s
+    double km;       ///< distance, km
+    double t0;       ///< origin time, s
     double vb, vt;   ///< variances added by the hypothesis's uncertainty
   };
   SitePrediction predict(const Hypothesis& h, const Site& s,

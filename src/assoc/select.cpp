@@ -21,7 +21,41 @@ struct Before {
   }
 };
 
+// Of two events holding the same detection, the better keeps it: the one
+// of the higher score, then of the earlier first arrival.
+bool better(const Found& a, const Found& b) {
+  return std::tie(a.h.score, b.first_time, b.h.members) >
+         std::tie(b.h.score, a.first_time, a.h.members);
+}
+
 }  // namespace
+
+void settle_shared(std::vector<Found>& earlier, std::vector<Found>& later,
+                   const Catalogue& c, const Fitter& fitter,
+                   fix::Locator& locator, const Options& o) {
+  for (Found& a : earlier)
+    for (Found& b : later) {
+      if (a.h.members.empty() || b.h.members.empty()) continue;
+      Found& loser = better(a, b) ? b : a;
+      const Found& winner = &loser == &a ? b : a;
+      const auto before = loser.h.members.size();
+      std::erase_if(loser.h.members, [&](Id m) {
+        return std::binary_search(winner.h.members.begin(),
+                                  winner.h.members.end(), m);
+      });
+      if (loser.h.members.size() == before) continue;
+      bool kept = false;
+      while (fitter.large_enough(loser.h.members) && fitter.settle(loser.h) &&
+             loser.h.score >= o.threshold) {
+        if (confirm(loser.h, locator, c, o.max_distance_km, loser.solution)) {
+          kept = true;
+          break;
+        }
+        if (loser.solution.status == fix::Status::no_fix) break;
+      }
+      if (!kept) loser.h.members.clear();
+    }
+}
 
 bool confirm(Hypothesis& h, fix::Locator& locator, const Catalogue& c,
              double max_distance_km, fix::Solution& solution) {

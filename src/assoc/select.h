@@ -23,6 +23,15 @@ std::vector<Found> select(std::vector<Candidate> candidates,
                           const Catalogue& catalogue, const Fitter& fitter,
                           fix::Locator& locator, const Options& options);
 
+/// Settles the detections that the events of two neighbouring blocks
+/// (`earlier`, `later`) both hold: each goes to the better event (the
+/// higher score, then the earlier first arrival), and the other is
+/// refitted and confirmed without it, or emptied of members when what is
+/// left no longer makes an event of at least the threshold.
+void settle_shared(std::vector<Found>& earlier, std::vector<Found>& later,
+                   const Catalogue& catalogue, const Fitter& fitter,
+                   fix::Locator& locator, const Options& options);
+
 /// The locator's verdict on `h`: true when it fits every member (then
 /// `solution` holds its fit); otherwise the members it set aside are moved
 /// to `h.banned`. No fix at all, or one farther than `max_distance_km` from

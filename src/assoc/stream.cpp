@@ -6,7 +6,6 @@
 #include <functional>
 #include <stdexcept>
 #include <thread>
-#include <tuple>
 
 #include "assoc/candidates.h"
 #include "assoc/clutter.h"
@@ -35,13 +34,6 @@ void parallel_for(std::size_t n, unsigned jobs,
   std::vector<std::thread> threads;
   for (unsigned w = 0; w < jobs; ++w) threads.emplace_back(run, w);
   for (std::thread& t : threads) t.join();
-}
-
-// Of two events holding the same detection, the better keeps it: the one
-// of the higher score, then of the earlier first arrival.
-bool better(const Found& a, const Found& b) {
-  return std::tie(a.h.score, b.first_time, b.h.members) >
-         std::tie(b.h.score, a.first_time, a.h.members);
 }
 
 }  // namespace
@@ -191,30 +183,8 @@ void Stream::settle_edge(Index k) {
   const auto left = blocks_.find(k - 1), right = blocks_.find(k);
   if (left == blocks_.end() || right == blocks_.end()) return;
   const Fitter fitter(c_, *model_, o_);
-  fix::Locator& locator = *locators_[0];
-  for (Found& a : left->second.owned)
-    for (Found& b : right->second.owned) {
-      if (a.h.members.empty() || b.h.members.empty()) continue;
-      Found& loser = better(a, b) ? b : a;
-      const Found& winner = &loser == &a ? b : a;
-      const auto before = loser.h.members.size();
-      std::erase_if(loser.h.members, [&](Id m) {
-        return std::binary_search(winner.h.members.begin(),
-                                  winner.h.members.end(), m);
-      });
-      if (loser.h.members.size() == before) continue;
-      bool kept = false;
-      while (fitter.large_enough(loser.h.members) && fitter.settle(loser.h) &&
-             loser.h.score >= o_.threshold) {
-        if (confirm(loser.h, locator, c_, o_.max_distance_km,
-                    loser.solution)) {
-          kept = true;
-          break;
-        }
-        if (loser.solution.status == fix::Status::no_fix) break;
-      }
-      if (!kept) loser.h.members.clear();
-    }
+  settle_shared(left->second.owned, right->second.owned, c_, fitter,
+                *locators_[0], o_);
 }
 
 void Stream::emit(Index k) {

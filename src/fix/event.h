@@ -6,14 +6,17 @@
 #pragma once
 
 #include <cstddef>
+#include <limits>
 #include <string>
 #include <vector>
 
 namespace fix {
 
 /// One detection: the bearing of a signal measured at a station, and
-/// optionally its arrival time.
+/// optionally its arrival time and what the array measured besides.
 struct Detection {
+  static constexpr double unknown = std::numeric_limits<double>::quiet_NaN();
+
   std::string station;        ///< station name (may be empty)
   double latitude = 0.0;      ///< station latitude, degrees, (-90, 90)
   double longitude = 0.0;     ///< station longitude, degrees, [-180, 180]
@@ -22,6 +25,13 @@ struct Detection {
                               ///< run's default
   bool has_time = false;      ///< whether `time` holds an arrival time
   double time = 0.0;          ///< arrival time, seconds since 1970 (UTC)
+  double trace_velocity = unknown;  ///< apparent speed of the wavefront
+                                    ///< across the array, m/s (> 0);
+                                    ///< NaN when not known
+  double f_statistic = unknown;     ///< the detector's F statistic
+                                    ///< (dimensionless); NaN when not known
+  double elevation = unknown;       ///< station elevation, m above sea
+                                    ///< level; NaN when not known
 };
 
 /// The detections of one event, in input order.

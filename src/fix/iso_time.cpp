@@ -1,5 +1,7 @@
 #include "fix/iso_time.h"
 
+#include <charconv>
+#include <chrono>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -8,47 +10,13 @@ namespace fix {
 
 namespace {
 
-// Days from 1970-01-01 to the given civil date (proleptic Gregorian), by
-// the era decomposition of the calendar (400-year cycles of 146097 days).
-std::int64_t days_from_civil(std::int64_t y, unsigned m, unsigned d) {
-  y -= m <= 2;
-  const std::int64_t era = (y >= 0 ? y : y - 399) / 400;
-  const unsigned yoe = static_cast<unsigned>(y - era * 400);
-  const unsigned doy = (153 * (m + (m > 2 ? -3 : 9)) + 2) / 5 + d - 1;
-  const unsigned doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
-  return era * 146097 + static_cast<std::int64_t>(doe) - 719468;
-}
-
-// The civil date of a day count from 1970-01-01 (inverse of the above).
-void civil_from_days(std::int64_t z, std::int64_t& y, unsigned& m,
-                     unsigned& d) {
-  z += 719468;
-  const std::int64_t era = (z >= 0 ? z : z - 146096) / 146097;
-  const unsigned doe = static_cast<unsigned>(z - era * 146097);
-  const unsigned yoe = (doe - doe / 1460 + doe / 36524 - doe / 146096) / 365;
-  const unsigned doy = doe - (365 * yoe + yoe / 4 - yoe / 100);
-  const unsigned mp = (5 * doy + 2) / 153;
-  d = doy - (153 * mp + 2) / 5 + 1;
-  m = mp < 10 ? mp + 3 : mp - 9;
-  y = static_cast<std::int64_t>(yoe) + era * 400 + (m <= 2);
-}
-
-bool leap(std::int64_t y) { return y % 4 == 0 && (y % 100 != 0 || y % 400 == 0); }
-
-unsigned days_in_month(std::int64_t y, unsigned m) {
-  static const unsigned days[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
-  return m == 2 && leap(y) ? 29 : days[m - 1];
-}
-
 // Reads exactly `n` decimal digits at `pos`.
-bool digits(std::string_view s, std::size_t& pos, std::size_t n, int& value) {
+bool digits(std::string_view s, std::size_t& pos, std::size_t n,
+            unsigned& value) {
   if (pos + n > s.size()) return false;
-  value = 0;
-  for (std::size_t i = 0; i < n; ++i) {
-    const char c = s[pos + i];
-    if (c < '0' || c > '9') return false;
-    value = value * 10 + (c - '0');
-  }
+  const char* first = s.data() + pos;
+  const auto r = std::from_chars(first, first + n, value);
+  if (r.ec != std::errc() || r.ptr != first + n) return false;
   pos += n;
   return true;
 }
@@ -59,76 +27,91 @@ bool expect(std::string_view s, std::size_t& pos, char c) {
   return true;
 }
 
+// An optional fraction of a second, ".s..." or ",s..." (at least one
+// digit), as a number in [0, 1).
+bool fraction(std::string_view s, std::size_t& pos, double& value) {
+  value = 0.0;
+  if (pos >= s.size() || (s[pos] != '.' && s[pos] != ',')) return true;
+  const std::size_t first = ++pos;
+  while (pos < s.size() && s[pos] >= '0' && s[pos] <= '9') ++pos;
+  if (pos == first) return false;
+  std::string text = "0.";
+  text.append(s.substr(first, pos - first));
+  std::from_chars(text.data(), text.data() + text.size(), value);
+  return true;
+}
+
+// An optional zone, "Z" or "+hh:mm" / "-hh:mm", as minutes east of UTC.
+bool zone(std::string_view s, std::size_t& pos, int& minutes) {
+  minutes = 0;
+  if (pos < s.size() && (s[pos] == 'Z' || s[pos] == 'z')) {
+    ++pos;
+    return true;
+  }
+  if (pos >= s.size() || (s[pos] != '+' && s[pos] != '-')) return true;
+  const int sign = s[pos++] == '-' ? -1 : 1;
+  unsigned hours, mins;
+  if (!digits(s, pos, 2, hours) || !expect(s, pos, ':') ||
+      !digits(s, pos, 2, mins) || hours > 23 || mins > 59)
+    return false;
+  minutes = sign * static_cast<int>(hours * 60 + mins);
+  return true;
+}
+
+constexpr int minutes_per_day = 1440;
+
 }  // namespace
 
 std::optional<double> parse_iso_time(std::string_view s) {
+  using namespace std::chrono;
   std::size_t pos = 0;
-  int year, month, day, hour, minute, second;
-  if (!digits(s, pos, 4, year) || !expect(s, pos, '-') ||
-      !digits(s, pos, 2, month) || !expect(s, pos, '-') ||
-      !digits(s, pos, 2, day))
+  unsigned y, mo, d, h, mi, sec;
+  if (!digits(s, pos, 4, y) || !expect(s, pos, '-') ||
+      !digits(s, pos, 2, mo) || !expect(s, pos, '-') || !digits(s, pos, 2, d))
     return std::nullopt;
   if (pos >= s.size() || (s[pos] != 'T' && s[pos] != 't' && s[pos] != ' '))
     return std::nullopt;
   ++pos;
-  if (!digits(s, pos, 2, hour) || !expect(s, pos, ':') ||
-      !digits(s, pos, 2, minute) || !expect(s, pos, ':') ||
-      !digits(s, pos, 2, second))
+  if (!digits(s, pos, 2, h) || !expect(s, pos, ':') ||
+      !digits(s, pos, 2, mi) || !expect(s, pos, ':') ||
+      !digits(s, pos, 2, sec))
     return std::nullopt;
-  if (year < 1 || month < 1 || month > 12 || day < 1 ||
-      static_cast<unsigned>(day) > days_in_month(year, month) || hour > 23 ||
-      minute > 59 || second > 60)
+  double part;
+  int offset;
+  if (!fraction(s, pos, part) || !zone(s, pos, offset) || pos != s.size())
     return std::nullopt;
-  double fraction = 0.0;
-  if (pos < s.size() && (s[pos] == '.' || s[pos] == ',')) {
-    ++pos;
-    double scale = 0.1;
-    const std::size_t first = pos;
-    while (pos < s.size() && s[pos] >= '0' && s[pos] <= '9') {
-      fraction += (s[pos] - '0') * scale;
-      scale *= 0.1;
-      ++pos;
-    }
-    if (pos == first) return std::nullopt;
-  }
-  int offset_minutes = 0;
-  if (pos < s.size() && (s[pos] == 'Z' || s[pos] == 'z')) {
-    ++pos;
-  } else if (pos < s.size() && (s[pos] == '+' || s[pos] == '-')) {
-    const int sign = s[pos] == '-' ? -1 : 1;
-    ++pos;
-    int oh, om;
-    if (!digits(s, pos, 2, oh) || !expect(s, pos, ':') ||
-        !digits(s, pos, 2, om) || oh > 23 || om > 59)
-      return std::nullopt;
-    offset_minutes = sign * (oh * 60 + om);
-  }
-  if (pos != s.size()) return std::nullopt;
+  const year_month_day date{year(static_cast<int>(y)), month(mo), day(d)};
+  if (y < 1 || !date.ok() || h > 23 || mi > 59 || sec > 60)
+    return std::nullopt;
+  // A leap second is the 61st second of 23:59 UTC, and of no other minute.
+  const int minute_of_day = static_cast<int>(h * 60 + mi) - offset;
+  if (sec == 60 && (minute_of_day + minutes_per_day) % minutes_per_day !=
+                       minutes_per_day - 1)
+    return std::nullopt;
   const std::int64_t whole =
-      days_from_civil(year, static_cast<unsigned>(month),
-                      static_cast<unsigned>(day)) *
-          86400 +
-      hour * 3600 + minute * 60 + second - offset_minutes * 60;
-  return static_cast<double>(whole) + fraction;
+      std::int64_t{sys_days(date).time_since_epoch().count()} * 86400 +
+      std::int64_t{minute_of_day} * 60 + sec;
+  return static_cast<double>(whole) + part;
 }
 
 std::string format_iso_time(double seconds) {
+  using namespace std::chrono;
   if (!std::isfinite(seconds) || std::fabs(seconds) > 3e11) return "invalid";
   const auto tenths = static_cast<std::int64_t>(std::llround(seconds * 10.0));
-  std::int64_t days = tenths / 864000;
+  std::int64_t day_count = tenths / 864000;
   std::int64_t rest = tenths % 864000;
   if (rest < 0) {
     rest += 864000;
-    --days;
+    --day_count;
   }
-  std::int64_t y;
-  unsigned m, d;
-  civil_from_days(days, y, m, d);
+  const year_month_day date{sys_days(days(day_count))};
   const auto secs = static_cast<int>(rest / 10);
   char buf[48];
-  std::snprintf(buf, sizeof buf, "%04lld-%02u-%02uT%02d:%02d:%02d.%dZ",
-                static_cast<long long>(y), m, d, secs / 3600,
-                secs / 60 % 60, secs % 60, static_cast<int>(rest % 10));
+  std::snprintf(buf, sizeof buf, "%04d-%02u-%02uT%02d:%02d:%02d.%dZ",
+                static_cast<int>(date.year()),
+                static_cast<unsigned>(date.month()),
+                static_cast<unsigned>(date.day()), secs / 3600, secs / 60 % 60,
+                secs % 60, static_cast<int>(rest % 10));
   return buf;
 }
 

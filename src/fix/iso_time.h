@@ -11,9 +11,11 @@
 namespace fix {
 
 /// Reads "YYYY-MM-DDThh:mm:ss" with an optional fraction of a second
-/// (".s..."), and an optional zone "Z", "+hh:mm" or "-hh:mm" (a time
-/// without a zone is UTC); a blank may stand for the "T". Years 1 to 9999.
-/// Returns the seconds since 1970, or nothing for any other text.
+/// (".s..." or ",s..."), and an optional zone "Z", "+hh:mm" or "-hh:mm" (a
+/// time without a zone is UTC); a blank may stand for the "T". Years 1 to
+/// 9999. Second 60 is read only at 23:59 UTC (a leap second), and counts as
+/// the first second of the next day. Returns the seconds since 1970, or
+/// nothing for any other text.
 std::optional<double> parse_iso_time(std::string_view text);
 
 /// "YYYY-MM-DDThh:mm:ss.sZ": the time (seconds since 1970) rounded to a

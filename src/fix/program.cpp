@@ -20,7 +20,8 @@ int fix_main(const std::vector<std::string>& args, std::istream& in,
     out << (options.help ? usage() : cli::version_line(program));
     return cli::finish_output(out, diagnostics) ? 0 : 1;
   }
-  InputChain inputs(options.files, in, diagnostics);
+  InputChain inputs(options.files, in, diagnostics,
+                    cli::worker_count(options.jobs));
   locate_all(inputs, options, out);
   if (!cli::finish_output(out, diagnostics)) return 1;
   return diagnostics.errors() ? 1 : 0;

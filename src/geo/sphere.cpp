@@ -53,6 +53,15 @@ LocalFrame local_frame(double lat, double lon) {
   return {{-sl, cl, 0.0}, {-sp * cl, -sp * sl, cp}};
 }
 
+LocalFrame local_frame(const Vec3& x) {
+  const Vec3 e = {-x.y, x.x, 0.0};  // z cross x
+  const double n = norm(e);
+  LocalFrame f;
+  f.east = n > 1e-12 ? (1.0 / n) * e : Vec3{0.0, 1.0, 0.0};
+  f.north = cross(x, f.east);
+  return f;
+}
+
 double sphere_azimuth(const LocalFrame& f, const Vec3& to) {
   const double east = f.east.x * to.x + f.east.y * to.y + f.east.z * to.z;
   const double north = f.north.x * to.x + f.north.y * to.y + f.north.z * to.z;

@@ -9,6 +9,8 @@
 // holds longitude first, as GeoJSON writes a position.
 #pragma once
 
+#include <cmath>
+
 namespace geo {
 
 /// Degrees to radians and back: pi/180 and 180/pi as doubles, the factors
@@ -38,6 +40,27 @@ struct Vec3 {
   double x, y, z;
 };
 
+/// Vector arithmetic of the earth-centred frame.
+inline double dot(const Vec3& a, const Vec3& b) {
+  return a.x * b.x + a.y * b.y + a.z * b.z;
+}
+inline Vec3 cross(const Vec3& a, const Vec3& b) {
+  return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
+}
+inline Vec3 operator+(const Vec3& a, const Vec3& b) {
+  return {a.x + b.x, a.y + b.y, a.z + b.z};
+}
+inline Vec3 operator-(const Vec3& a, const Vec3& b) {
+  return {a.x - b.x, a.y - b.y, a.z - b.z};
+}
+inline Vec3 operator*(double s, const Vec3& a) {
+  return {s * a.x, s * a.y, s * a.z};
+}
+/// Euclidean length.
+inline double norm(const Vec3& a) { return std::sqrt(dot(a, a)); }
+/// `a` scaled to unit length; `a` must not be zero.
+inline Vec3 normalized(const Vec3& a) { return (1.0 / norm(a)) * a; }
+
 /// Unit vector of the point at latitude `lat` and longitude `lon` (degrees).
 Vec3 unit_vector(double lat, double lon);
 /// The position (degrees, longitude in [-180, 180]) a vector points to; the
@@ -61,6 +84,10 @@ struct LocalFrame {
 };
 /// The local frame at latitude `lat` and longitude `lon` (degrees).
 LocalFrame local_frame(double lat, double lon);
+/// The local frame at the unit vector `x`, without angles: east is z x x
+/// normalised, north is x x east (at a pole, where east is undefined, east
+/// is the y axis).
+LocalFrame local_frame(const Vec3& x);
 /// Spherical azimuth (degrees, [0, 360)) towards the point `to` (a unit
 /// vector) at a point whose local frame is `frame`.
 double sphere_azimuth(const LocalFrame& frame, const Vec3& to);
