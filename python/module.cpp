@@ -11,10 +11,13 @@
 #include <pybind11/pybind11.h>
 #include <pybind11/stl.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstdio>
 #include <limits>
 #include <mutex>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <string_view>
@@ -25,6 +28,8 @@
 #include "class_vestra.h"
 #include "cli/command_line.h"
 #include "distance.h"
+#include "fix/inputs.h"
+#include "fix/iso_time.h"
 #include "fix/options.h"
 #include "fix/pipeline.h"
 #include "fix/reader.h"
@@ -41,7 +46,7 @@ constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 const std::string fix_program = "vestra-fix";
 
 // Text as a Python str; bytes that are not UTF-8 become U+FFFD.
-py::str text(const std::string& s) {
+py::str text_of(const std::string& s) {
   PyObject* o = PyUnicode_DecodeUTF8(s.data(), static_cast<Py_ssize_t>(s.size()),
                                      "replace");
   if (!o) throw py::error_already_set();
@@ -55,7 +60,7 @@ py::list messages(const std::string& program, const std::string& reported) {
   std::istringstream in(reported);
   for (std::string line; std::getline(in, line);) {
     if (line.starts_with(prefix)) line.erase(0, prefix.size());
-    lines.append(text(line));
+    lines.append(text_of(line));
   }
   return lines;
 }
@@ -84,12 +89,104 @@ py::tuple run_fix(const py::bytes& detections, const std::vector<std::string>& a
   {
     py::gil_scoped_release release;
     cli::Diagnostics diagnostics(fix_program, err);
-    const auto reader = fix::open_reader(in, name, diagnostics);
-    fix::locate_all(*reader, options, out);
+    fix::InputChain inputs({"-"}, in, diagnostics,
+                           cli::worker_count(options.jobs), name);
+    fix::locate_all(inputs, options, out);
     errors = diagnostics.errors();
   }
-  return py::make_tuple(text(out.str()), messages(fix_program, err.str()),
+  return py::make_tuple(text_of(out.str()), messages(fix_program, err.str()),
                         errors);
+}
+
+// ---------------------------------------------------------------------------
+// Detections as read
+
+// `seconds` (since 1970) as an ISO 8601 time in UTC with the fewest
+// decimals (up to 9) that read back as the same number.
+std::string exact_iso_time(double seconds) {
+  const double whole = std::floor(seconds);
+  std::string base = fix::format_iso_time(whole);  // "...:ss.0Z"
+  base.resize(base.size() - 3);
+  std::string text;
+  for (int decimals = 0; decimals <= 9; ++decimals) {
+    const double scale = std::pow(10.0, decimals);
+    const double units = std::round((seconds - whole) * scale);
+    if (units >= scale) continue;  // rounds up to the next second
+    text = base;
+    if (decimals) {
+      char digits[16];
+      std::snprintf(digits, sizeof digits, ".%0*.0f", decimals, units);
+      text += digits;
+    }
+    text += 'Z';
+    if (fix::parse_iso_time(text) == seconds) break;
+  }
+  return text;
+}
+
+// Every detection of an input: the files `files`, or `content` named
+// `name` when the files are none. Returns the records and what the reader
+// reported.
+struct Records {
+  std::vector<fix::DetectionRecord> records;
+  std::vector<std::string> where;
+  std::string reported;
+  std::size_t errors = 0;
+};
+
+Records read_records(const std::vector<std::string>& files,
+                     const std::string& content, const std::string& name) {
+  Records r;
+  std::istringstream in(content);
+  std::ostringstream err;
+  cli::Diagnostics diagnostics(fix_program, err);
+  fix::ReadOptions options;
+  options.keep_raw = true;
+  fix::DetectionReader reader(files.empty() ? std::vector<std::string>{"-"}
+                                            : files,
+                              in, diagnostics, options, name);
+  for (fix::DetectionRecord record; reader.next(record);) {
+    r.where.push_back(reader.where(record));
+    r.records.push_back(std::move(record));
+  }
+  r.reported = err.str();
+  r.errors = diagnostics.errors();
+  return r;
+}
+
+py::tuple read_input(const std::vector<std::string>& files,
+               const std::optional<py::bytes>& content,
+               const std::string& name) {
+  const std::string text =
+      content ? std::string(std::string_view(*content)) : std::string();
+  Records r;
+  {
+    py::gil_scoped_release release;
+    r = read_records(files, text, name);
+  }
+  py::list detections;
+  for (std::size_t i = 0; i < r.records.size(); ++i) {
+    const fix::DetectionRecord& record = r.records[i];
+    if (!record.usable) continue;
+    const fix::Detection& d = record.detection;
+    py::dict fields;
+    fields["where"] = text_of(r.where[i]);
+    fields["station"] = text_of(d.station);
+    if (record.json) {
+      fields["raw"] = text_of(record.raw.text);
+      fields["name_empty"] = record.raw.name_empty;
+    } else {
+      fields["event"] = text_of(record.event);
+      fields["latitude"] = d.latitude;
+      fields["longitude"] = d.longitude;
+      fields["back_azimuth"] = d.back_azimuth;
+      fields["sigma"] = d.sigma;
+      if (d.has_time) fields["time"] = exact_iso_time(d.time);
+    }
+    detections.append(fields);
+  }
+  return py::make_tuple(detections, messages(fix_program, r.reported),
+                        r.errors);
 }
 
 // ---------------------------------------------------------------------------
@@ -283,6 +380,18 @@ PYBIND11_MODULE(_vestra, m) {
         "`name` in messages. Returns the program's output, the lines it "
         "reported (without the program's name) and the number of errors "
         "among them. A refused option raises ValueError.");
+
+  m.def("read", &read_input, py::arg("files"), py::arg("content"), py::arg("name"),
+        "read(files, content, name) -> (detections, messages, errors)\n\n"
+        "Reads every detection of the detection files `files` (JSON or the "
+        "text format), or of `content` (bytes) named `name` when `files` is "
+        "empty, as vestra-fix reads them. Returns, per usable detection, a "
+        "dict with 'where' (file and index or line), 'station' (the name "
+        "the reader gave it) and, for detection JSON, 'raw' (the element's "
+        "text) and 'name_empty' (no \"Name\" of its own), for the text "
+        "format 'event', 'latitude', 'longitude', 'back_azimuth', 'sigma' "
+        "(0: none) and 'time' (ISO 8601, when given); the lines the reader "
+        "reported and the number of errors among them.");
 
   m.def("inverse", &inverse, py::arg("lat1"), py::arg("lon1"),
         py::arg("lat2"), py::arg("lon2"), py::arg("ellipsoid"),

@@ -8,9 +8,11 @@ PYTHONPATH naming the build's python/ directory and VESTRA_FIX and VESTRA
 the built programs."""
 
 import concurrent.futures
+import io
 import json
 import math
 import os
+import pathlib
 import random
 import re
 import subprocess
@@ -24,6 +26,7 @@ import vestra
 VESTRA_FIX = os.environ.get("VESTRA_FIX", "vestra-fix")
 VESTRA = os.environ.get("VESTRA", "vestra")
 README = os.environ.get("VESTRA_README")
+DETECTIONS = pathlib.Path(__file__).parent / "detections"  # InfraPy's example
 
 STATIONS = {"KIR": (67.86, 20.42), "LYC": (64.61, 18.75), "SUN": (62.39, 17.31),
             "VAA": (63.10, 23.60), "OUL": (65.01, 25.47), "I18DK": (76.53, -68.7)}
@@ -199,6 +202,51 @@ def test_threads_locate_as_one_does():
         for _ in range(10):
             assert list(pool.map(lambda p: vestra.cross(*p[:2], **p[2]),
                                  pairs)) == alone
+
+
+# ---------------------------------------------------------------------------
+# Detection files
+
+
+def test_files_read_give_the_programs_results(tmp_path):
+    today = sorted(str(p) for p in DETECTIONS.glob("*.dets.json"))
+    older = tmp_path / "older.json"  # "Peak F-Stat Time (UTC)", "Event"s
+    older.write_text(json.dumps(catalogue(4)))
+    text = tmp_path / "events.txt"  # a catalogue station, times or none
+    text.write_text("E1 Bern - - 26.7 - 2004-06-02T17:19:34.123456\n"
+                    "E1 Freyung - - 278.4 - 2004-06-02T17:20:16\n"
+                    "E1 DBN 52.1 5.18 137.0\n"
+                    "E2 X 10 10 30 - 2004-06-02T17:25:53.1\n")
+    for inputs in (today, [str(older)], [str(text)], today + [str(older)]):
+        status, out, err = run(VESTRA_FIX, "--format=json", *inputs)
+        assert status == 0, err
+        assert vestra.locate(vestra.read_detections(inputs)) == \
+            [json.loads(line) for line in out.splitlines()], inputs
+
+    # Elements as they stand, every key kept, the station of the file name
+    # given to those without a name.
+    read = vestra.read_detections(today[1])
+    as_written = json.loads(pathlib.Path(today[1]).read_text())
+    assert read == [dict(d, Name=d["Name"] or "I57US") for d in as_written]
+    with open(today[1], "rb") as binary:
+        assert vestra.read_detections(binary) == read
+    unnamed = vestra.read_detections(io.StringIO(json.dumps(as_written[:1])))
+    assert unnamed[0]["Name"] == "@33.606,-116.453"
+
+
+def test_files_refused_say_what_the_program_says(tmp_path):
+    (tmp_path / "bad.json").write_text(json.dumps(
+        [GOOD, dict(GOOD, Latitude=-91), dict(GOOD, Name=7.5)]))
+    for name in ("bad.json", "missing.json"):
+        status, message = refusal(tmp_path, [name])
+        assert status == 1 and message.startswith(name + ":")
+        with pytest.raises(ValueError) as raised:
+            vestra.read_detections(tmp_path / name)
+        assert str(raised.value) == message.replace(
+            name, str(tmp_path / name))
+    (tmp_path / "sigma.txt").write_text("E KIR 67.86 20.42 111 3\n")
+    with pytest.raises(ValueError, match=r"sigma\.txt:1: sigma: "):
+        vestra.read_detections(str(tmp_path / "sigma.txt"))
 
 
 # ---------------------------------------------------------------------------

@@ -23,6 +23,7 @@ threads at once.
 
 import datetime as _datetime
 import json as _json
+import os as _os
 import warnings as _warnings
 
 from . import _vestra
@@ -195,6 +196,65 @@ def cross(station1, station2, method="original", ellipsoid=25, angle=45.0):
                          _number(angle, "angle"))
 
 
+def _detection_of(fields):
+    """The detection dict of a detection as the reader gave it."""
+    if "raw" in fields:
+        detection = _json.loads(fields["raw"])
+        if fields["name_empty"]:
+            detection["Name"] = fields["station"]
+        return detection
+    if fields["sigma"]:
+        raise ValueError(
+            f'{fields["where"]}: sigma: detection JSON has no key for the '
+            "standard deviation of a bearing; read the file with vestra-fix, "
+            'or write "-" in that column and give locate(..., sigma=...)')
+    detection = {"Event": fields["event"], "Name": fields["station"],
+                 "Latitude": fields["latitude"],
+                 "Longitude": fields["longitude"],
+                 "Back Azimuth": fields["back_azimuth"]}
+    if "time" in fields:
+        detection["Time (UTC)"] = fields["time"]
+    return detection
+
+
 def read_detections(paths_or_file):
-    """Not yet available."""
-    raise NotImplementedError
+    """Reads detection files as vestra-fix reads them.
+
+    paths_or_file: a file name, a list of file names (read one after the
+        other, as the programs read the files named on their command line),
+        or an open file (text or binary).
+
+    Detection JSON (an array of detection objects, in either generation of
+    keys: "Time (UTC)" or "Peak F-Stat Time (UTC)", "F Stat." or "F
+    Statistic", ...) and the text format (event station latitude longitude
+    back_azimuth [sigma [time]]) are read, a byte-order mark skipped.
+
+    Returns one dict per detection, in input order, with the keys of the
+    detection JSON: each JSON element as it stands in its file, every key
+    kept, with "Name" set to the station the programs take when the element
+    names none (the array code of a file named like "I57US.dets.json",
+    else "@LAT,LON"); a line of the text format as "Event", "Name",
+    "Latitude", "Longitude", "Back Azimuth" and, when given, "Time (UTC)".
+    locate() of the result gives the results of vestra-fix on the files.
+
+    Raises ValueError with the programs' messages ("a.json: [3]:
+    \"Latitude\": ...", "b.txt:7: ...") for files that cannot be read and
+    for bad detections, and for a text line that gives a bearing's standard
+    deviation, which detection JSON has no key for.
+    """
+    files, content, name = [], None, ""
+    if hasattr(paths_or_file, "read"):
+        content = paths_or_file.read()
+        if isinstance(content, str):
+            content = content.encode("utf-8", "surrogateescape")
+        name = str(getattr(paths_or_file, "name", "<file>"))
+    elif isinstance(paths_or_file, (str, bytes, _os.PathLike)):
+        files = [_os.fsdecode(paths_or_file)]
+    else:
+        files = [_os.fsdecode(p) for p in paths_or_file]
+        if not files:
+            return []
+    records, messages, errors = _vestra.read(files, content, name)
+    _raise_or_warn(messages, errors)
+    return [_detection_of(r) for r in records]
+
