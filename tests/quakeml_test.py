@@ -243,6 +243,39 @@ def test_picks_carry_the_detections(catalogue):
                 assert child(pick, "time/uncertainty") is None
 
 
+def test_picks_give_the_slowness_of_the_trace_velocity(catalogue):
+    # Seconds per degree of arc of the sphere of radius 6371.0088 km; no
+    # element where the trace velocity is unknown or not a speed.
+    km_per_degree = 6371.0088 * math.pi / 180
+    velocities = [("Trace Vel. (m/s)", 340.0), ("Trace Velocity (m/s)", 5e3),
+                  ("Trace Vel. (m/s)", None), ("Trace Vel. (m/s)", 0),
+                  ("Trace Vel. (m/s)", -340), (None, None),
+                  ("Trace Vel. (m/s)", 0.25)]
+    detections = []
+    for k, (key, v) in enumerate(velocities):
+        lat, lon = STATIONS[["LYC", "SUN", "VAA", "OUL", "KIR"][k % 5]]
+        d = {"Event": "E", "Name": f"S{k}", "Latitude": lat,
+             "Longitude": lon, "Back Azimuth": 100 + 30 * k,
+             "Time (UTC)": f"2024-05-01T12:0{k}:00"}
+        if key:
+            d[key] = v
+        detections.append(d)
+    (event,) = document(stdin=json.dumps(detections).encode()).findall(
+        B + "event")
+    picks = event.findall(B + "pick")
+    assert len(picks) == len(velocities)
+    for pick, (_, v) in zip(picks, velocities):
+        got = number(pick, "horizontalSlowness/value")
+        if v and v > 0:
+            assert got == pytest.approx(km_per_degree / (v / 1000),
+                                        abs=5e-4, rel=0)
+            assert child(pick, "horizontalSlowness/uncertainty") is None
+        else:
+            assert got is None
+    for event, _, _ in catalogue:  # a text list gives no trace velocity
+        assert event.find(f".//{B}horizontalSlowness") is None
+
+
 def test_events_without_times_keep_comments(catalogue):
     # QuakeML requires a time in every origin and pick: an event without
     # any arrival time has neither, and keeps what is known as comments.

@@ -10,6 +10,7 @@
 
 #include "fix/iso_time.h"
 #include "fix/writer.h"
+#include "geo/sphere.h"
 
 namespace fix {
 
@@ -526,6 +527,11 @@ void QuakemlWriter::write_pick(const Detection& d, const std::string& id,
   close(out, 4, "time");
   indent(out, 4);
   out += "<waveformID" + waveform_attributes(stream_codes(name)) + "/>\n";
+  // Slowness per degree of arc of the mean sphere; an unknown trace
+  // velocity (NaN) leaves the element out.
+  constexpr double km_per_degree = geo::mean_radius_km * geo::deg2rad;
+  real_quantity(out, 4, "horizontalSlowness",
+                km_per_degree / (d.trace_velocity / 1000.0), 3);
   real_quantity(out, 4, "backazimuth", geo::wrap360(d.back_azimuth), 6,
                 d.sigma > 0.0 ? d.sigma : settings_.sigma_deg, 6);
   leaf(out, 4, "phaseHint", "I");
