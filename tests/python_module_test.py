@@ -8,6 +8,7 @@ PYTHONPATH naming the build's python/ directory and VESTRA_FIX and VESTRA
 the built programs."""
 
 import concurrent.futures
+import doctest
 import io
 import json
 import math
@@ -387,14 +388,18 @@ def test_crossings_refuse_bad_stations():
 @pytest.mark.skipif(not README, reason="VESTRA_README not set")
 def test_readme_session_runs(tmp_path, monkeypatch):
     text = open(README, encoding="utf-8").read()
-    (block,) = re.findall(r"<!-- python session -->\n```python\n(.*?)```",
-                          text, re.S)
+    (found,) = re.finditer(
+        r"<!-- python session -->\n```python\n(.*?)```", text, re.S)
+    block, line = found[1], text[:found.start(1)].count("\n")
+    golden = tmp_path / "tests" / "golden"
+    golden.mkdir(parents=True)
+    name = "fix_events.json"
+    (golden / name).write_bytes(
+        (pathlib.Path(__file__).parent / "golden" / name).read_bytes())
     monkeypatch.chdir(tmp_path)
-    # The session's detection file: two events as an array processing
-    # package writes them.
-    (tmp_path / "I37NO.dets.json").write_text(json.dumps(catalogue(9, 2)))
-    lines = [line.removeprefix(">>> ").removeprefix("... ")
-             for line in block.splitlines()
-             if line.startswith((">>> ", "... "))]
-    exec(compile("\n".join(lines), "README.md", "exec"), {})
+    session = doctest.DocTestParser().get_doctest(block, {}, "README.md",
+                                                  README, line)
+    runner = doctest.DocTestRunner(optionflags=doctest.ELLIPSIS)
+    runner.run(session)
+    assert runner.summarize(verbose=False).failed == 0
     assert (tmp_path / "events.xml").read_text().startswith("<?xml")
