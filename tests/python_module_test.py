@@ -245,6 +245,20 @@ def test_files_refused_say_what_the_program_says(tmp_path):
             vestra.read_detections(tmp_path / name)
         assert str(raised.value) == message.replace(
             name, str(tmp_path / name))
+    # Hostile content of an open file: the program's message for the same
+    # bytes on standard input, under the file's name.
+    for content in (b"[" * 200000, b"{}", b"[1, null]", b"\xff\xfe\x00",
+                    b'[{"Latitude": 1e999}]', b'[{"Name": "\xff"}]',
+                    b"E1 A 1 2 3\n" + b"x" * 100000):
+        done = subprocess.run([VESTRA_FIX], input=content,
+                              capture_output=True, check=False)
+        message = "\n".join(
+            line.removeprefix("vestra-fix: ") for line in
+            done.stderr.decode().splitlines() if not line.startswith("Try "))
+        assert done.returncode == 1 and message.startswith("<stdin>")
+        with pytest.raises(ValueError) as raised:
+            vestra.read_detections(io.BytesIO(content))
+        assert str(raised.value) == message.replace("<stdin>", "<file>")
     (tmp_path / "sigma.txt").write_text("E KIR 67.86 20.42 111 3\n")
     with pytest.raises(ValueError, match=r"sigma\.txt:1: sigma: "):
         vestra.read_detections(str(tmp_path / "sigma.txt"))
