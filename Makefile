@@ -6,7 +6,8 @@
 #   make bench  the benchmarks (BENCH_ARGS passes options to Google Benchmark)
 #   make fuzz   each libFuzzer target for FUZZ_SECONDS seconds (clang++, build-fuzz/)
 #   make install PREFIX=/usr/local
-#               install the program, its manual page and bash completion
+#               install the programs, their manual pages and bash completion,
+#               and the Python package vestra where Debian's Python finds it
 
 BUILD ?= build
 ASAN_BUILD ?= build-asan

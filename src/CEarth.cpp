@@ -502,7 +502,7 @@ double CEarth::GetSurfaceDistance(
 // the longitude is not brought into any range.
 void CEarth::AddSurfaceDistanceAndDirectionToCoordinate(
     const CPolarCoordinate& point_1, double distance, double direction,
-    CPolarCoordinate& point_2) {
+    CPolarCoordinate& point_2, double* heading_at_point_2_p) {
   const double a = m_EquatorialRadiusInMeters;
   const double f = m_Flattening;
   const double azimuth = CMath::ConvertDegreesToRadians(direction);
@@ -566,6 +566,14 @@ void CEarth::AddSurfaceDistanceAndDirectionToCoordinate(
 
   point_2.SetUpDownAngleInDegrees(CMath::ConvertRadiansToDegrees(phi_2));
   point_2.SetLeftRightAngleInDegrees(CMath::ConvertRadiansToDegrees(lambda_2));
+
+  // The azimuth at point 2: tan alpha_2 = sin alpha / B2.
+  if (heading_at_point_2_p != nullptr) {
+    double heading =
+        CMath::ConvertRadiansToDegrees(CMath::ArcTangentOfYOverX(sa, B2));
+    if (heading < 0.0) heading += 360.0;
+    *heading_at_point_2_p = heading;
+  }
 }
 
 void CEarth::AddSurfaceDistanceAndDirectionToCoordinate(

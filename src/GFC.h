@@ -152,6 +152,9 @@ class CEarth {
   /// Point reached from point_1 along the geodesic of length distance
   /// (metres) leaving in direction (degrees clockwise from north), by
   /// Vincenty's direct formula.  The height of a polar point_2 is not written.
+  /// A non-null heading_at_point_2_p (polar points only) receives the
+  /// direction in which the geodesic continues at point_2 (degrees clockwise
+  /// from north, [0, 360)).
   virtual void AddSurfaceDistanceAndDirectionToCoordinate(
       const CEarthCoordinate& point_1, double distance, double direction,
       CEarthCoordinate& point_2);
@@ -163,7 +166,7 @@ class CEarth {
       CEarthCoordinate& point_2);
   virtual void AddSurfaceDistanceAndDirectionToCoordinate(
       const CPolarCoordinate& point_1, double distance, double direction,
-      CPolarCoordinate& point_2);
+      CPolarCoordinate& point_2, double* heading_at_point_2_p = nullptr);
   virtual void Convert(const CEarthCoordinate& cartesian_coordinate,
                        CPolarCoordinate& polar_coordinate) const;
   virtual void Convert(const CPolarCoordinate& polar_coordinate,

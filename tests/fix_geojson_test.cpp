@@ -120,7 +120,8 @@ void check_properties(const json& props, const std::string& kind) {
       {"crossing", {Key::stations}},
       {"fix", {Key::status, Key::reason, Key::latitude, Key::longitude,
                Key::semi_major_km, Key::semi_minor_km, Key::azimuth_deg,
-               Key::origin_time, Key::origin_time95, Key::refused}},
+               Key::origin_time, Key::origin_time95, Key::refused, Key::pairs,
+               Key::pairs_crossed}},
       {"ellipse95", {Key::semi_major_km, Key::semi_minor_km, Key::azimuth_deg}}};
   ASSERT_TRUE(geo::kind_named(kind)) << kind;
   std::set<std::string> expected = {word(Key::event), word(Key::kind)};

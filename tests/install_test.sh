@@ -79,4 +79,26 @@ printf '%s\n' '[{"Name": "A", "Latitude": 60, "Longitude": 10, "Back Azimuth": 9
 grep -q '"Name": "A".*"Event": ""}$' rest.json ||
     fail "vestra-assoc's unassociated file: $(cat rest.json)"
 
+# The Python package, when it was built: into the site directory of a
+# prefix other than /usr and /usr/local, and it imports and locates there.
+if [[ -d $build/python/vestra ]]; then
+    site=$(echo "$prefix"/lib/python3.*/site-packages)
+    [[ -f $site/vestra/__init__.py && -f $site/vestra/__init__.pyi ]] ||
+        fail "the package vestra is not in $site"
+    ls "$site"/vestra/_vestra.*.so >/dev/null 2>&1 ||
+        fail "the extension _vestra is not in $site/vestra"
+    PYTHONPATH=$site /usr/bin/python3 -c '
+import vestra
+(r,) = vestra.locate([
+    {"Event": "E1", "Name": "KIR", "Latitude": 67.86, "Longitude": 20.42,
+     "Back Azimuth": 111},
+    {"Event": "E1", "Name": "LYC", "Latitude": 64.61, "Longitude": 18.75,
+     "Back Azimuth": 66}])
+assert r["status"] == "ok", r
+assert vestra.__file__.startswith("'"$site"'"), vestra.__file__
+' || fail "the installed package does not locate"
+    grep -q "$site/vestra/__init__.py" "$build/install_manifest.txt" ||
+        fail "the package is not in the install manifest"
+fi
+
 finish installation

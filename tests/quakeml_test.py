@@ -27,8 +27,8 @@ MEAN_RADIUS_M = (2 * 6378137.0 + 6356752.314245179) / 3  # WGS 84
 
 # A set-aside bearing (OUL), arrival times with a fraction, a detection
 # without a time in a timed event, a located event whose only arrival time
-# is set aside, bearings only, a given sigma, an ill-conditioned pair, two
-# no-fix events, and one name twice.
+# is set aside, bearings only, a given sigma, an ill-conditioned pair, three
+# no-fix events (one without a time), and one name twice.
 CATALOGUE = """\
 bothnia LYC 64.61 18.75 120.05 - 2024-05-01T12:09:23.25
 bothnia SUN 62.39 17.31 48.17 2.5 2024-05-01T12:16:16
@@ -43,7 +43,7 @@ stray VAA 63.10 23.60 313.77
 stray OUL 65.01 25.47 263.13 - 2024-05-01T12:13:21
 bearings KIR 67.86 20.42 111 - -
 bearings LYC 64.61 18.75 66 - -
-bearings LYC 64.61 18.75 66.5 - -
+bearings LYC 64.61 18.75 66.5 3 -
 ill A 10 0 45
 ill B 10 0.5 44.9
 alone X 10 10 30 - 2024-05-01T12:00:00
@@ -52,6 +52,7 @@ apart B 10 1 90 - 2024-05-01T12:00:01
 apart C 20 0.5 0 - -
 bearings KIR 67.86 20.42 111
 bearings LYC 64.61 18.75 66
+lone KIR 67.86 20.42 111
 """
 STATIONS = {"LYC": (64.61, 18.75), "SUN": (62.39, 17.31),
             "VAA": (63.10, 23.60), "OUL": (65.01, 25.47),
@@ -105,11 +106,18 @@ def catalogue():
     return list(zip(events, results, groups))
 
 
+def untimed(rows):
+    return all(len(r) < 7 or r[6] == "-" for r in rows)
+
+
 def test_origins_carry_the_fix(catalogue):
     for event, result, rows in catalogue:
         assert child(event, "type").text == "not reported"
         assert child(event, "description/text").text == result["event"]
         origin = child(event, "origin")
+        if untimed(rows):  # see test_events_without_times_keep_comments
+            assert origin is None and child(event, "pick") is None
+            continue
         if result["status"] == "no-fix":
             assert origin is None and child(event, "preferredOriginID") is None
             assert child(event, "comment/text").text.startswith("no-fix: ")
@@ -148,11 +156,9 @@ def test_origins_carry_the_fix(catalogue):
             assert abs(number(time, "lowerUncertainty") - half) <= 0.06
             assert abs(number(time, "upperUncertainty") - half) <= 0.06
             assert number(time, "confidenceLevel") == 95
-        elif times:
+        else:
             assert utc(child(time, "value").text) == utc(times[0])
             assert child(time, "lowerUncertainty") is None
-        else:
-            assert time is None
 
         arrivals = origin.findall(B + "arrival")
         fits = result["detections"]
@@ -179,7 +185,7 @@ def test_origins_carry_the_fix(catalogue):
 
 def test_arrivals_against_geographiclib(catalogue):
     for event, result, rows in catalogue:
-        if result["status"] == "no-fix":
+        if result["status"] == "no-fix" or untimed(rows):
             continue
         origin = child(event, "origin")
         used = []
@@ -212,6 +218,8 @@ def test_arrivals_against_geographiclib(catalogue):
 
 def test_picks_carry_the_detections(catalogue):
     for event, result, rows in catalogue:
+        if untimed(rows):
+            continue
         picks = event.findall(B + "pick")
         assert len(picks) == len(rows)
         times = sorted(r[6] for r in rows if len(r) > 6 and r[6] != "-")
@@ -235,9 +243,88 @@ def test_picks_carry_the_detections(catalogue):
                 assert child(pick, "time/uncertainty") is None
 
 
+def test_picks_give_the_slowness_of_the_trace_velocity(catalogue):
+    # Seconds per degree of arc of the sphere of radius 6371.0088 km; no
+    # element where the trace velocity is unknown or not a speed.
+    km_per_degree = 6371.0088 * math.pi / 180
+    velocities = [("Trace Vel. (m/s)", 340.0), ("Trace Velocity (m/s)", 5e3),
+                  ("Trace Vel. (m/s)", None), ("Trace Vel. (m/s)", 0),
+                  ("Trace Vel. (m/s)", -340), (None, None),
+                  ("Trace Vel. (m/s)", 0.25)]
+    detections = []
+    for k, (key, v) in enumerate(velocities):
+        lat, lon = STATIONS[["LYC", "SUN", "VAA", "OUL", "KIR"][k % 5]]
+        d = {"Event": "E", "Name": f"S{k}", "Latitude": lat,
+             "Longitude": lon, "Back Azimuth": 100 + 30 * k,
+             "Time (UTC)": f"2024-05-01T12:0{k}:00"}
+        if key:
+            d[key] = v
+        detections.append(d)
+    (event,) = document(stdin=json.dumps(detections).encode()).findall(
+        B + "event")
+    picks = event.findall(B + "pick")
+    assert len(picks) == len(velocities)
+    for pick, (_, v) in zip(picks, velocities):
+        got = number(pick, "horizontalSlowness/value")
+        if v and v > 0:
+            assert got == pytest.approx(km_per_degree / (v / 1000),
+                                        abs=5e-4, rel=0)
+            assert child(pick, "horizontalSlowness/uncertainty") is None
+        else:
+            assert got is None
+    for event, _, _ in catalogue:  # a text list gives no trace velocity
+        assert event.find(f".//{B}horizontalSlowness") is None
+
+
+def test_events_without_times_keep_comments(catalogue):
+    # QuakeML requires a time in every origin and pick: an event without
+    # any arrival time has neither, and keeps what is known as comments.
+    untimed_events = 0
+    for event, result, rows in catalogue:
+        for origin in event.findall(B + "origin"):
+            assert text(origin, "time/value") is not None
+        for pick in event.findall(B + "pick"):
+            assert text(pick, "time/value") is not None
+        if not untimed(rows):
+            continue
+        untimed_events += 1
+        assert child(event, "origin") is None
+        assert child(event, "pick") is None
+        assert child(event, "preferredOriginID") is None
+        comments = [c.text for c in event.findall(B + "comment/" + B + "text")]
+        assert "no arrival time: no origin and no picks, which need a time" \
+            in comments
+        fix = [c for c in comments if c.startswith("fix at ")]
+        if result["status"] == "no-fix":
+            assert not fix
+        else:
+            lat, lon = map(float, re.match(r"fix at ([^,]+), ([^,]+)",
+                                           fix[0]).groups())
+            assert (lat, lon) == (result["latitude"], result["longitude"])
+            assert ("ill-conditioned: " in fix[0]) == (
+                result["status"] == "ill-conditioned")
+            ellipse = result["ellipse95"]
+            assert f"95% ellipse {round(1000 * ellipse['semi_major_km'])} m" \
+                f" by {round(1000 * ellipse['semi_minor_km'])} m" in \
+                "".join(comments)
+        described = [c for c in comments if c.startswith("detection ")]
+        assert len(described) == len(rows)
+        for k, (line, row, fit) in enumerate(
+                zip(described, rows, result["detections"]), 1):
+            sigma = row[5] if len(row) > 5 and row[5] != "-" else "4"
+            assert line.startswith(
+                f"detection {k}: station {row[1]} at {float(row[2]):g}, "
+                f"{float(row[3]):g}, back azimuth {float(row[4]):g} +- "
+                f"{float(sigma):g} degrees"), line
+            assert line.endswith(", set aside") == (
+                result["status"] != "no-fix" and not fit["used"])
+    assert untimed_events == 4
+
+
 def test_identifiers_are_valid_unique_and_independent_of_jobs():
     # 150 events over three chunks of the pipeline, named A and B in turn.
-    lines = "".join(f"{'AB'[k % 2]} KIR 67.86 20.42 {100 + k % 20}\n"
+    lines = "".join(f"{'AB'[k % 2]} KIR 67.86 20.42 {100 + k % 20} - "
+                    f"2024-05-01T12:{k % 60:02}:00\n"
                     f"{'AB'[k % 2]} LYC 64.61 18.75 66\n" for k in range(150))
     outputs = {run("--format=quakeml", f"--jobs={jobs}",
                    stdin=lines.encode()) for jobs in (1, 3)}
@@ -261,8 +348,9 @@ def test_hostile_names_survive_escaping():
         "SY.PDIAR", "IM.I57US..BDF", "St.Moritz", "x" * 300, "",
     ]
     detections = [{"Event": n, "Latitude": 10, "Longitude": 10,
-                   "Back Azimuth": 30} | ({"Name": n} if n else {})
-                  for n in names]
+                   "Back Azimuth": 30,
+                   "Peak F-Stat Time (UTC)": "2024-05-01T12:00:00"} |
+                  ({"Name": n} if n else {}) for n in names]
     events = document(stdin=json.dumps(detections).encode()).findall(
         B + "event")
     clean = [re.sub("[\u0000-\u0008\u000b\u000c\u000e-\u001f\ufffe]",
@@ -280,8 +368,9 @@ def test_hostile_names_survive_escaping():
 
     # Bytes that are not UTF-8 (a stray continuation byte, a cut sequence,
     # overlong forms, a surrogate): U+FFFD for each byte.
-    raw = (b"E\xc3 ab\xffcd 10 10 30\n"
-           b"F \xc0\xaf\xed\xa0\x80\xe0\x80\xaf 10 10 30\n")
+    raw = (b"E\xc3 ab\xffcd 10 10 30 - 2024-05-01T12:00:00\n"
+           b"F \xc0\xaf\xed\xa0\x80\xe0\x80\xaf 10 10 30 - "
+           b"2024-05-01T12:00:00\n")
     e, f = document(stdin=raw).findall(B + "event")
     assert text(e, "description/text") == "E\ufffd"
     assert child(e, "pick/waveformID").get("stationCode") == "ab\ufffdcd"

@@ -16,11 +16,13 @@ namespace fix {
 DetectionReader::DetectionReader(const std::vector<std::string>& files,
                                  std::istream& standard_input,
                                  Diagnostics& diagnostics,
-                                 const ReadOptions& options)
+                                 const ReadOptions& options,
+                                 const std::string& standard_input_name)
     : files_(files), in_(standard_input), diag_(diagnostics),
       options_(options) {
   if (files_.empty()) files_.push_back("-");
-  for (const std::string& f : files_) names_.push_back(f == "-" ? "<stdin>" : f);
+  for (const std::string& f : files_)
+    names_.push_back(f == "-" ? standard_input_name : f);
 }
 
 bool DetectionReader::next(DetectionRecord& record) {

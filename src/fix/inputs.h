@@ -20,16 +20,18 @@ namespace fix {
 /// cannot be opened or read is reported; the others are still read.
 class DetectionReader {
  public:
+  /// `standard_input_name` names standard input in messages.
   DetectionReader(const std::vector<std::string>& files,
                   std::istream& standard_input, Diagnostics& diagnostics,
-                  const ReadOptions& options = {});
+                  const ReadOptions& options = {},
+                  const std::string& standard_input_name = "<stdin>");
 
   /// The next detection, usable or refused (refusals are reported as they
   /// are read), into `record`; false after the last input.
   bool next(DetectionRecord& record);
 
-  /// The name of input `index` in messages: its file name, "<stdin>" for
-  /// standard input.
+  /// The name of input `index` in messages: its file name, "<stdin>" (or
+  /// the name given) for standard input.
   const std::string& input_name(std::size_t index) const {
     return names_[index];
   }
@@ -59,9 +61,10 @@ class DetectionReader {
 class InputChain final : public EventReader {
  public:
   InputChain(const std::vector<std::string>& files, std::istream& in,
-             Diagnostics& diagnostics, unsigned threads = 1)
-      : reader_(files, in, diagnostics), diag_(diagnostics),
-        threads_(threads) {}
+             Diagnostics& diagnostics, unsigned threads = 1,
+             const std::string& standard_input_name = "<stdin>")
+      : reader_(files, in, diagnostics, {}, standard_input_name),
+        diag_(diagnostics), threads_(threads) {}
 
   bool next(Event& event) override;
 

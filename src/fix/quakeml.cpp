@@ -10,6 +10,7 @@
 
 #include "fix/iso_time.h"
 #include "fix/writer.h"
+#include "geo/sphere.h"
 
 namespace fix {
 
@@ -347,8 +348,12 @@ void QuakemlWriter::write(const Event& event, const Solution& s,
                          std::to_string(index + 1) +
                          (event.name.empty() ? "" : "/" + id_name(event.name));
 
+  // An origin and a pick must have a time: an event without any arrival
+  // time keeps what is known as comments instead.
+  const bool timed = !time.empty();
+
   open(out, 2, "event", public_id(id));
-  if (located) leaf(out, 3, "preferredOriginID", id + "/origin");
+  if (located && timed) leaf(out, 3, "preferredOriginID", id + "/origin");
   leaf(out, 3, "type", "not reported");
   if (!event.name.empty()) {
     open(out, 3, "description");
@@ -361,11 +366,49 @@ void QuakemlWriter::write(const Event& event, const Solution& s,
   if (event.refused)
     comment(out, 3, plural(event.refused, "detection") +
                         " refused as bad input");
-  if (located) write_origin(event, s, id, time, fitted_time, out);
-  for (std::size_t i = 0; i < event.detections.size(); ++i)
-    write_pick(event.detections[i], id + "/pick/" + std::to_string(i + 1),
-               time, out);
+  if (!timed) {
+    write_untimed(event, s, located, out);
+  } else {
+    if (located) write_origin(event, s, id, time, fitted_time, out);
+    for (std::size_t i = 0; i < event.detections.size(); ++i)
+      write_pick(event.detections[i], id + "/pick/" + std::to_string(i + 1),
+                 time, out);
+  }
   close(out, 2, "event");
+}
+
+void QuakemlWriter::write_untimed(const Event& event, const Solution& s,
+                                  bool located, std::string& out) const {
+  comment(out, 3,
+          "no arrival time: no origin and no picks, which need a time");
+  if (located) {
+    comment(out, 3,
+            "fix at " + number(s.latitude, 7) + ", " +
+                number(s.longitude, 7) +
+                (s.status == Status::ok
+                     ? ""
+                     : ", " + std::string(status_name(s.status)) + ": " +
+                           s.reason));
+    if (std::isfinite(s.semi_major_km) && std::isfinite(s.semi_minor_km))
+      comment(out, 3,
+              "95% ellipse " + number(1000.0 * s.semi_major_km, 0) +
+                  " m by " + number(1000.0 * s.semi_minor_km, 0) +
+                  " m, major axis at " + number(s.azimuth_deg, 2) +
+                  " degrees from north");
+  }
+  for (std::size_t i = 0; i < event.detections.size(); ++i) {
+    const Detection& d = event.detections[i];
+    const std::string name = xml_clean(d.station);
+    const bool used = i < s.detections.size() && s.detections[i].used;
+    comment(out, 3,
+            "detection " + std::to_string(i + 1) + ": station " +
+                (name.empty() ? "" : name + " ") + "at " +
+                number(d.latitude, 7) + ", " + number(d.longitude, 7) +
+                ", back azimuth " + number(geo::wrap360(d.back_azimuth), 6) +
+                " +- " +
+                number(d.sigma > 0.0 ? d.sigma : settings_.sigma_deg, 6) +
+                " degrees" + (located && !used ? ", set aside" : ""));
+  }
 }
 
 void QuakemlWriter::write_origin(const Event& event, const Solution& s,
@@ -390,17 +433,15 @@ void QuakemlWriter::write_origin(const Event& event, const Solution& s,
   }
 
   open(out, 3, "origin", public_id(id + "/origin"));
-  if (!time.empty()) {
-    open(out, 4, "time");
-    leaf(out, 5, "value", time);
-    if (fitted_time && std::isfinite(s.origin_sigma_s)) {
-      const double half = normal975 * s.origin_sigma_s;
-      leaf_number(out, 5, "lowerUncertainty", half, 2);
-      leaf_number(out, 5, "upperUncertainty", half, 2);
-      leaf(out, 5, "confidenceLevel", "95");
-    }
-    close(out, 4, "time");
+  open(out, 4, "time");
+  leaf(out, 5, "value", time);
+  if (fitted_time && std::isfinite(s.origin_sigma_s)) {
+    const double half = normal975 * s.origin_sigma_s;
+    leaf_number(out, 5, "lowerUncertainty", half, 2);
+    leaf_number(out, 5, "upperUncertainty", half, 2);
+    leaf(out, 5, "confidenceLevel", "95");
   }
+  close(out, 4, "time");
   real_quantity(out, 4, "latitude", s.latitude, 7);
   real_quantity(out, 4, "longitude", s.longitude, 7);
   real_quantity(out, 4, "depth", 0.0, 0);
@@ -453,9 +494,7 @@ void QuakemlWriter::write_origin(const Event& event, const Solution& s,
   if (s.status != Status::ok)
     comment(out, 4, std::string(status_name(s.status)) + ": " + s.reason);
   if (!fitted_time)
-    comment(out, 4, time.empty()
-                        ? "no arrival time: the origin time is unknown"
-                        : "origin time not fitted: the earliest arrival time");
+    comment(out, 4, "origin time not fitted: the earliest arrival time");
 
   for (std::size_t i = 0; i < n; ++i) {
     const DetectionFit& f = fit(i);
@@ -481,25 +520,25 @@ void QuakemlWriter::write_pick(const Detection& d, const std::string& id,
   const std::string name = xml_clean(d.station);
   const std::string own_time = d.has_time ? xml_time(d.time, 6) : "";
   open(out, 3, "pick", public_id(id));
-  if (!own_time.empty()) {
-    open(out, 4, "time");
-    leaf(out, 5, "value", own_time);
+  open(out, 4, "time");
+  leaf(out, 5, "value", own_time.empty() ? event_time : own_time);
+  if (!own_time.empty())
     leaf_number(out, 5, "uncertainty", settings_.pick_error_s, 3);
-    close(out, 4, "time");
-  } else if (!event_time.empty()) {
-    open(out, 4, "time");
-    leaf(out, 5, "value", event_time);
-    close(out, 4, "time");
-  }
+  close(out, 4, "time");
   indent(out, 4);
   out += "<waveformID" + waveform_attributes(stream_codes(name)) + "/>\n";
+  // Slowness per degree of arc of the mean sphere; an unknown trace
+  // velocity (NaN) leaves the element out.
+  constexpr double km_per_degree = geo::mean_radius_km * geo::deg2rad;
+  real_quantity(out, 4, "horizontalSlowness",
+                km_per_degree / (d.trace_velocity / 1000.0), 3);
   real_quantity(out, 4, "backazimuth", geo::wrap360(d.back_azimuth), 6,
                 d.sigma > 0.0 ? d.sigma : settings_.sigma_deg, 6);
   leaf(out, 4, "phaseHint", "I");
   comment(out, 4,
           "station " + (name.empty() ? "" : name + " ") + "at " +
               number(d.latitude, 7) + ", " + number(d.longitude, 7));
-  if (own_time.empty() && !event_time.empty())
+  if (own_time.empty())
     comment(out, 4, "no arrival time: the event's time stands in");
   close(out, 3, "pick");
 }

@@ -46,11 +46,15 @@ class QuakemlWriter {
 
  private:
   /// The <origin> of a located event, with an <arrival> per detection;
-  /// `id` is the event's publicID, `time` its time as written (or "") and
+  /// `id` is the event's publicID, `time` its time as written (not empty) and
   /// `fitted_time` whether that is a fitted origin time.
   void write_origin(const Event& event, const Solution& solution,
                     const std::string& id, const std::string& time,
                     bool fitted_time, std::string& out) const;
+  /// The comments that stand for the origin and the picks of an event
+  /// without any arrival time: the fix, its ellipse and every detection.
+  void write_untimed(const Event& event, const Solution& solution,
+                     bool located, std::string& out) const;
   /// The <pick> `id` of detection `d`; `event_time` stands in for a
   /// detection without an arrival time.
   void write_pick(const Detection& d, const std::string& id,

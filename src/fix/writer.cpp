@@ -370,6 +370,10 @@ void Writer::write_geojson(const Event& event, const Solution& s,
   add_fix(fix, s);
   add_ellipse(fix, s);
   add_times(fix, event, s);
+  // The crossing features are those of the pairs crossed for the start:
+  // every pair of a small event, a sample of a large one.
+  fix.add(Key::pairs, std::to_string(s.pairs))
+      .add(Key::pairs_crossed, std::to_string(s.pairs_crossed));
   features.end(fix);
   if (!located) return;
 

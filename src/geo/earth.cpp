@@ -22,11 +22,11 @@ Geodesic Earth::inverse(double lat1, double lon1, double lat2,
 }
 
 void Earth::direct(double lat, double lon, double distance_km, double azimuth,
-                   double& lat2, double& lon2) const {
+                   double& lat2, double& lon2, double* azimuth_2) const {
   CPolarCoordinate p1, p2;
   p1.Set(lat, lon, 0.0);
   earth_.AddSurfaceDistanceAndDirectionToCoordinate(p1, distance_km * 1000.0,
-                                                    azimuth, p2);
+                                                    azimuth, p2, azimuth_2);
   lat2 = p2.GetUpDownAngleInDegrees();
   lon2 = wrap180(p2.GetLeftRightAngleInDegrees());
 }

@@ -31,9 +31,11 @@ class Earth {
   /// Vincenty's inverse from (lat1, lon1) to (lat2, lon2), degrees.
   Geodesic inverse(double lat1, double lon1, double lat2, double lon2) const;
   /// Vincenty's direct: the point `distance_km` from (lat, lon) along
-  /// `azimuth` (degrees); the longitude comes back in (-180, 180].
+  /// `azimuth` (degrees); the longitude comes back in (-180, 180]. A
+  /// non-null `azimuth_2` receives the azimuth (degrees, [0, 360)) in which
+  /// the geodesic continues at that point.
   void direct(double lat, double lon, double distance_km, double azimuth,
-              double& lat2, double& lon2) const;
+              double& lat2, double& lon2, double* azimuth_2 = nullptr) const;
   /// The same, as a position.
   LonLat direct(double lat, double lon, double distance_km,
                 double azimuth) const;
