@@ -1,7 +1,5 @@
 #include "assoc/labels.h"
 
-#include "assoc/stream.h"
-
 #include <algorithm>
 #include <chrono>
 #include <cmath>
@@ -9,6 +7,8 @@
 #include <map>
 #include <set>
 #include <tuple>
+
+#include "assoc/stream.h"
 
 namespace assoc {
 

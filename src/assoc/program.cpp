@@ -1,6 +1,5 @@
 #include "assoc/program.h"
 
-#include <cmath>
 #include <iomanip>
 #include <ostream>
 #include <sstream>
