@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "assoc/program.h"
 #include "cli/command_line.h"
 #include "fix/program.h"
 #include "map/map_main.h"
@@ -97,12 +98,13 @@ using Main = int (*)(const std::vector<std::string>&, std::istream&,
 struct Program {
   const char* name;
   Main main;
-  bool has_jobs;
+  bool locates;  // has -j/--jobs and the location options
 };
 
 const Program kPrograms[] = {
     {"vestra-fix", fix::fix_main, true},
     {"vestra-map", vestra::map::map_main, false},
+    {"vestra-assoc", assoc::assoc_main, true},
 };
 
 struct Outcome {
@@ -125,7 +127,7 @@ TEST(CommandLine, OneGrammarForEveryCompanion) {
     int status;
     const char* out_prefix;  // standard output starts so
     const char* err;         // the whole standard error
-    bool needs_jobs = false;
+    bool needs_location = false;  // only for the programs that locate
   };
   const Case cases[] = {
       {{"--version"}, 0, "@ (vestra Ver: ", ""},
@@ -146,6 +148,18 @@ TEST(CommandLine, OneGrammarForEveryCompanion) {
        "@: --jobs: \"1.5\" is not a whole number\nTry '@ --help'.\n", true},
       {{"-jx"}, 1, "", "@: -j: \"x\" is not a number\nTry '@ --help'.\n", true},
       {{"-j", "+2", "--version"}, 0, "@ (vestra Ver: ", "", true},
+      {{"--cel=0.3:0.2"}, 1, "",
+       "@: --celerity: \"0.3:0.2\" has MIN above MAX (km/s, MIN:MAX or one "
+       "value)\nTry '@ --help'.\n",
+       true},
+      {{"--sigma", "0", "--help"}, 1, "",
+       "@: --sigma: \"0\" is outside [0.001, 90]\nTry '@ --help'.\n", true},
+      {{"--pick-error=0", "--celerity=0.3"}, 1, "",
+       "@: --pick-error: \"0\" with a single --celerity leaves the arrival "
+       "times no error; give a pick error above 0\nTry '@ --help'.\n",
+       true},
+      {{"--ellipsoid=26"}, 1, "",
+       "@: --ellipsoid: \"26\" is outside [1, 25]\nTry '@ --help'.\n", true},
   };
   auto named = [](std::string text, const std::string& name) {
     for (std::size_t at; (at = text.find('@')) != std::string::npos;)
@@ -154,7 +168,7 @@ TEST(CommandLine, OneGrammarForEveryCompanion) {
   };
   for (const Program& p : kPrograms)
     for (const Case& c : cases) {
-      if (c.needs_jobs && !p.has_jobs) continue;
+      if (c.needs_location && !p.locates) continue;
       const Outcome o = run(p, c.args);
       const std::string label = std::string(p.name) + " " + c.args[0];
       EXPECT_EQ(o.status, c.status) << label;

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installation into a fresh prefix: the program, the link that selects the
 # back-azimuth method, the manual page and the bash completion, and both
-# installed names run; vestra-fix with its page and completion, and it runs.
+# installed names run; vestra-fix, vestra-map and vestra-assoc with their
+# pages and completions, and they run.
 # Usage: install_test.sh CMAKE BUILD_DIR
 set -u
 cmake=$1 build=$2
@@ -65,6 +66,18 @@ grep -q '^{"event":"E1","status":"ok",' "$tmp/fix.out" ||
 [[ -s $prefix/share/man/man1/vestra-map.1 ]] || fail "vestra-map.1 missing"
 [[ -s $comp/vestra-map ]] || fail "vestra-map completion missing"
 "$bin/vestra-map" --help >/dev/null || fail "vestra-map --help: status $?"
+
+# vestra-assoc, its manual page and its completion, and it runs.
+[[ -x $bin/vestra-assoc ]] || fail "bin/vestra-assoc missing"
+[[ -s $prefix/share/man/man1/vestra-assoc.1 ]] || fail "vestra-assoc.1 missing"
+[[ -s $comp/vestra-assoc ]] || fail "vestra-assoc completion missing"
+printf '%s\n' '[{"Name": "A", "Latitude": 60, "Longitude": 10, "Back Azimuth": 90, "Event": ""}]' |
+    "$bin/vestra-assoc" --unassociated=rest.json >"$tmp/assoc.out" 2>&1 ||
+    fail "vestra-assoc run: status $?"
+[[ $(cat "$tmp/assoc.out") == $'[\n]' ]] ||
+    fail "vestra-assoc wrote: $(cat "$tmp/assoc.out")"
+grep -q '"Name": "A".*"Event": ""}$' rest.json ||
+    fail "vestra-assoc's unassociated file: $(cat rest.json)"
 
 # The Python package, when it was built: into the site directory of a
 # prefix other than /usr and /usr/local, and it imports and locates there.

@@ -28,6 +28,38 @@ std::string parse_options(const std::vector<std::string>& args,
 inline constexpr cli::Range sigma_range{0.001, 90.0};
 inline constexpr cli::Range pick_error_range{0.0, 1e6};
 
+// The options of the location, which vestra-fix and vestra-assoc share:
+// --sigma, --celerity, --pick-error, --ellipsoid and -j/--jobs, with one
+// grammar, one set of defaults and one set of messages.
+
+/// Codes of the shared long-only options; a program's own long-only
+/// options start at kFirstProgramOption.
+enum LocationCode {
+  kSigma = cli::kFirstLongOnly,
+  kCelerity,
+  kPickError,
+  kEllipsoid,
+  kFirstProgramOption
+};
+
+/// An option table: the shared options, then `own` (without the zero row),
+/// then -h/--help, --version and the zero row that ends it.
+std::vector<option> location_option_table(const std::vector<option>& own);
+
+/// Reads the value of a shared option `code` into `settings` or `jobs`;
+/// returns "" or what is wrong. False in `known` for a code that is not a
+/// shared option.
+std::string read_location_option(int code, const std::string& value,
+                                 Settings& settings, unsigned& jobs,
+                                 bool& known);
+
+/// What is wrong with the shared options taken together, or "".
+std::string check_location_options(const Settings& settings);
+
+/// The lines of the help text for --sigma, --celerity, --pick-error and
+/// --ellipsoid.
+std::string location_usage();
+
 /// The help text.
 std::string usage();
 

@@ -13,6 +13,7 @@
 #include <cstring>
 
 #include "cli/command_line.h"
+#include "cli/output_file.h"
 #include "map/output_file.h"
 
 extern char** environ;
@@ -177,7 +178,7 @@ void write_data_file(const fs::path& path, const std::string& contents) {
   const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC,
                       0644);
   if (fd < 0) throw MapError(system_error("cannot write " + cli::quote(path.string())));
-  if (!write_all(fd, contents)) {
+  if (!cli::write_all(fd, contents)) {
     const std::string message = system_error("cannot write " + cli::quote(path.string()));
     close(fd);
     throw MapError(message);

@@ -11,6 +11,7 @@
 #include <cstring>
 
 #include "cli/command_line.h"
+#include "cli/output_file.h"
 
 namespace vestra::map {
 
@@ -40,7 +41,7 @@ bool copy_to(const fs::path& from, int to) {
   char buf[1 << 16];
   bool ok = true;
   for (ssize_t n; ok && (n = read(in, buf, sizeof buf)) != 0;)
-    ok = n > 0 ? write_all(to, {buf, static_cast<std::size_t>(n)})
+    ok = n > 0 ? cli::write_all(to, {buf, static_cast<std::size_t>(n)})
                : errno == EINTR;
   const int saved = errno;
   close(in);
@@ -49,16 +50,6 @@ bool copy_to(const fs::path& from, int to) {
 }
 
 }  // namespace
-
-bool write_all(int fd, std::string_view data) {
-  while (!data.empty()) {
-    const ssize_t n = write(fd, data.data(), data.size());
-    if (n < 0 && errno == EINTR) continue;
-    if (n < 0) return false;
-    data.remove_prefix(static_cast<std::size_t>(n));
-  }
-  return true;
-}
 
 std::string output_name(const std::string& pattern, const MapEvent& event,
                         std::size_t number, std::size_t count) {
@@ -89,29 +80,11 @@ std::string output_name(const std::string& pattern, const MapEvent& event,
 }
 
 void install_picture(const fs::path& picture, const fs::path& target) {
-  const fs::path dir = target.parent_path().empty() ? fs::path(".")
-                                                    : target.parent_path();
-  std::string part =
-      (dir / ("." + target.filename().string() + ".XXXXXX")).string();
-  const int fd = mkostemp(part.data(), O_CLOEXEC);
-  auto fail = [&](bool made) {
-    const std::string reason = std::strerror(errno);
-    if (made) unlink(part.c_str());
+  const std::string reason = cli::replace_file(
+      target, [&](int fd) { return copy_to(picture, fd); });
+  if (!reason.empty())
     throw MapError("cannot write " + cli::quote(target.string()) + ": " +
                    reason);
-  };
-  if (fd < 0) fail(false);
-  const mode_t mask = umask(0);
-  umask(mask);
-  const bool copied = copy_to(picture, fd) && fchmod(fd, 0666 & ~mask) == 0;
-  if (!copied) {
-    const int saved = errno;
-    close(fd);
-    errno = saved;
-    fail(true);
-  }
-  if (close(fd) != 0) fail(true);
-  if (std::rename(part.c_str(), target.c_str()) != 0) fail(true);
 }
 
 }  // namespace vestra::map

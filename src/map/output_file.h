@@ -21,16 +21,10 @@ namespace vestra::map {
 std::string output_name(const std::string& pattern, const MapEvent& event,
                         std::size_t number, std::size_t count);
 
-/// Writes all of `data` to the descriptor `fd`, again after an
-/// interruption; false with errno set when a write fails.
-bool write_all(int fd, std::string_view data);
-
-/// Puts a copy of `picture` at `target` in one step: the copy is written to
-/// a new file of a fresh name beside the target (made exclusively, so that
-/// no link planted there is followed), then renamed to the target, which
-/// it replaces, be it a file or a link. The picture gets the permissions of
-/// a new file (0666 less the umask). Throws MapError, and leaves nothing
-/// behind, when that fails.
+/// Puts a copy of `picture` at `target` in one step (cli::replace_file: an
+/// exclusive new file beside the target renamed to it, never written
+/// through a link). Throws MapError, and leaves nothing behind, when that
+/// fails.
 void install_picture(const std::filesystem::path& picture,
                      const std::filesystem::path& target);
 
