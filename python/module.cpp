@@ -24,6 +24,8 @@
 #include <utility>
 #include <vector>
 
+#include "assoc/options.h"
+#include "assoc/program.h"
 #include "class_location.h"
 #include "class_vestra.h"
 #include "cli/command_line.h"
@@ -44,6 +46,7 @@ namespace {
 
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 const std::string fix_program = "vestra-fix";
+const std::string assoc_program = "vestra-assoc";
 
 // Text as a Python str; bytes that are not UTF-8 become U+FFFD.
 py::str text_of(const std::string& s) {
@@ -357,6 +360,32 @@ py::object cross(const std::string& name1, const std::vector<std::string>& s1,
   return result;
 }
 
+// ---------------------------------------------------------------------------
+// Association
+
+py::tuple run_assoc(const py::bytes& detections,
+                    const std::vector<std::string>& args,
+                    const std::string& name) {
+  assoc::CommandLine c;
+  const std::string refused = assoc::parse_command_line(args, c);
+  if (!refused.empty()) throw py::value_error(refused);
+  if (c.help || c.version || !c.files.empty() || !c.unassociated.empty())
+    throw py::value_error("not a setting of the association: " +
+                          (args.empty() ? std::string() : args.front()));
+  std::istringstream in(std::string{std::string_view(detections)});
+  std::ostringstream err;
+  assoc::Written written;
+  std::size_t errors = 0;
+  {
+    py::gil_scoped_release release;
+    cli::Diagnostics diagnostics(assoc_program, err);
+    written = assoc::run(c, in, diagnostics, true, name);
+    errors = diagnostics.errors();
+  }
+  return py::make_tuple(text_of(written.events), text_of(written.unassociated),
+                        messages(assoc_program, err.str()), errors);
+}
+
 }  // namespace
 
 PYBIND11_MODULE(_vestra, m) {
@@ -378,6 +407,17 @@ PYBIND11_MODULE(_vestra, m) {
         "Runs vestra-fix with the options `args` on the detection list "
         "`detections` (bytes: detection JSON or the text format), named "
         "`name` in messages. Returns the program's output, the lines it "
+        "reported (without the program's name) and the number of errors "
+        "among them. A refused option raises ValueError.");
+
+  m.def("run_assoc", &run_assoc, py::arg("detections"), py::arg("args"),
+        py::arg("name"),
+        "run_assoc(detections, args, name) -> (events, unassociated, "
+        "messages, errors)\n\n"
+        "Runs vestra-assoc with the options `args` on the detection list "
+        "`detections` (bytes: detection JSON or the text format), named "
+        "`name` in messages. Returns its output (the detections of the "
+        "events), the detections of no event in the same form, the lines it "
         "reported (without the program's name) and the number of errors "
         "among them. A refused option raises ValueError.");
 

@@ -8,6 +8,7 @@ PYTHONPATH naming the build's python/ directory and VESTRA_FIX and VESTRA
 the built programs."""
 
 import concurrent.futures
+import contextlib
 import doctest
 import io
 import json
@@ -26,6 +27,7 @@ import vestra
 
 VESTRA_FIX = os.environ.get("VESTRA_FIX", "vestra-fix")
 VESTRA = os.environ.get("VESTRA", "vestra")
+VESTRA_ASSOC = os.environ.get("VESTRA_ASSOC", "vestra-assoc")
 README = os.environ.get("VESTRA_README")
 DETECTIONS = pathlib.Path(__file__).parent / "detections"  # InfraPy's example
 
@@ -173,6 +175,48 @@ def test_bad_detections_say_what_the_program_says(tmp_path, bad):
     with pytest.raises(ValueError) as raised:
         vestra.locate(detections)
     assert str(raised.value) == message
+
+
+@pytest.mark.parametrize("settings,options", [
+    ({}, []),
+    ({"min_arrays": 3, "threshold": 10, "copies": 2, "jobs": 2},
+     ["--min-arrays=3", "--threshold=10", "--copies=2", "--jobs=2"]),
+])
+def test_association_is_the_programs(tmp_path, settings, options):
+    files = sorted(str(p) for p in DETECTIONS.glob("*.dets.json"))
+    status, out, err = run(VESTRA_ASSOC, *options, "--unassociated=rest.json",
+                           *files, cwd=tmp_path)
+    assert status == 0, err
+    detections = vestra.read_detections(files)
+    with pytest.warns(UserWarning) if settings else contextlib.nullcontext():
+        events, rest = vestra.associate(detections, unassociated=True,
+                                        **settings)
+    assert events == json.loads(out) and events
+    assert rest == json.loads((tmp_path / "rest.json").read_text())
+    assert len(events) + len(rest) == len(detections)
+    located = vestra.locate(events)
+    assert {r["status"] for r in located} == {"ok"}
+
+
+@pytest.mark.parametrize("settings,option", [
+    ({"min_arrays": 1}, "--min-arrays=1"),
+    ({"threshold": math.nan}, "--threshold=nan"),
+    ({"max_false": 2}, "--max-false=2"),
+    ({"sigma": 95}, "--sigma=95"),
+])
+def test_association_refuses_what_the_program_refuses(tmp_path, settings,
+                                                      option):
+    status, _, err = run(VESTRA_ASSOC, option, cwd=tmp_path)
+    assert status == 1
+    with pytest.raises(ValueError) as raised:
+        vestra.associate([GOOD], **settings)
+    assert "vestra-assoc: " + str(raised.value) == err.splitlines()[0]
+    detections = [GOOD, dict(GOOD, Latitude=95)]
+    (tmp_path / "detections").write_text(json.dumps(detections))
+    status, _, err = run(VESTRA_ASSOC, "detections", cwd=tmp_path)
+    with pytest.raises(ValueError) as raised:
+        vestra.associate(detections)
+    assert status == 1 and "vestra-assoc: " + str(raised.value) == err.strip()
 
 
 def test_values_that_are_no_numbers_or_no_json_are_type_errors():

@@ -3,6 +3,7 @@
 The engine of the vestra programs, for Python:
 
     read_detections(paths)       detection files as a list of dicts
+    associate(detections, ...)   the detections of events, labelled, as vestra-assoc
     locate(detections, ...)      one result per event, as vestra-fix --format=json
     to_quakeml(detections, ...)  the events located, as one QuakeML 1.2 document
     cross(station1, station2)    the crossing of two bearings, as vestra finds it
@@ -28,9 +29,10 @@ import warnings as _warnings
 
 from . import _vestra
 from . import geodesic
-from ._options import fix_args as _fix_args, number as _number
+from ._options import (assoc_args as _assoc_args, fix_args as _fix_args,
+                       number as _number)
 
-__all__ = ["read_detections", "locate", "to_quakeml", "cross", "to_datetime",
+__all__ = ["read_detections", "associate", "locate", "to_quakeml", "cross", "to_datetime",
            "geodesic"]
 
 # The name of a list of detections in messages.
@@ -128,6 +130,54 @@ def to_quakeml(detections, sigma=4.0, celerity=(0.22, 0.34), pick_error=10.0,
     """
     return _run(detections, "quakeml", sigma, celerity, pick_error, ellipsoid,
                 jobs)
+
+
+def associate(detections, sigma=4.0, celerity=(0.22, 0.34), pick_error=10.0,
+              ellipsoid=25, min_detections=3, min_arrays=2, threshold=12.25,
+              copies=0, max_false=None, jobs=None, unassociated=False):
+    """Groups the detections of several arrays into events, as vestra-assoc
+    does.
+
+    detections: a list of detection dicts (see read_detections), typically
+        of several arrays and without "Event" ("" or missing: not yet
+        associated). Detections that come with an event keep it and take no
+        part in the association; those without an arrival time take none
+        either.
+    sigma, celerity, pick_error, ellipsoid: as for locate(); they bound the
+        arrival times that may belong to one source and set the locator's
+        fit that confirms each event.
+    min_detections, min_arrays: the least detections (3) and arrays (2) of
+        an event.
+    threshold: the least score of an event, the natural logarithm of its
+        likelihood ratio against clutter (12.25).
+    copies: associate that many copies of the detections, shifted in time
+        array by array, to estimate how many events clutter alone makes;
+        the estimate comes as a warning.
+    max_false: with copies, raise the threshold until the expected false
+        events are at most this fraction of those kept (None: keep it).
+    jobs: days associated on that many threads (None: one per core).
+    unassociated: also return the detections of no event.
+
+    Returns the detections of the events, exactly as vestra-assoc writes
+    them (each element as given, "Event" set to its event's label, made from
+    the origin time, "YYYYMMDDThhmmss" in UTC, with "-2", "-3"... for a
+    second one of the same second, an empty "Name" set to the station),
+    ordered by event (first arrival) and then arrival time: locate() of the
+    list locates the events. With unassociated=True, the pair (events'
+    detections, the others in the same order, those without a time last).
+
+    Raises ValueError for a refused setting (the command line's message)
+    and for bad detections (the program's messages), TypeError for values
+    that are not numbers or not JSON.
+    """
+    args = (_fix_args(sigma, celerity, pick_error, ellipsoid, jobs) +
+            _assoc_args(min_detections, min_arrays, threshold, copies,
+                        max_false))
+    events, rest, messages, errors = _vestra.run_assoc(
+        _detection_json(detections), args, _LIST_NAME)
+    _raise_or_warn(messages, errors)
+    events = _json.loads(events)
+    return (events, _json.loads(rest)) if unassociated else events
 
 
 def to_datetime(iso):

@@ -15,6 +15,16 @@ _Paths = Union[str, os.PathLike[str], IO[str], IO[bytes],
 def read_detections(paths_or_file: _Paths) -> list[Detection]:
     """The detections of detection files (JSON or the text format)."""
 
+def associate(detections: Iterable[Mapping[str, Any]], sigma: float = ...,
+              celerity: _Celerity = ..., pick_error: float = ...,
+              ellipsoid: int = ..., min_detections: int = ...,
+              min_arrays: int = ..., threshold: float = ...,
+              copies: int = ..., max_false: Optional[float] = ...,
+              jobs: Optional[int] = ..., unassociated: bool = ...
+              ) -> Union[list[Detection], tuple[list[Detection], list[Detection]]]:
+    """The detections of the events found, labelled as vestra-assoc labels
+    them (and, with unassociated=True, the others)."""
+
 def locate(detections: Iterable[Mapping[str, Any]], sigma: float = ...,
            celerity: _Celerity = ..., pick_error: float = ...,
            ellipsoid: int = ..., jobs: Optional[int] = ...) -> list[Result]:

@@ -31,3 +31,15 @@ def fix_args(sigma, celerity, pick_error, ellipsoid, jobs):
     if jobs is not None:
         args.append("--jobs=" + number(jobs, "jobs"))
     return args
+
+
+def assoc_args(min_detections, min_arrays, threshold, copies, max_false):
+    """vestra-assoc's options of its own (the location's come from
+    fix_args)."""
+    args = ["--min-detections=" + number(min_detections, "min_detections"),
+            "--min-arrays=" + number(min_arrays, "min_arrays"),
+            "--threshold=" + number(threshold, "threshold"),
+            "--copies=" + number(copies, "copies")]
+    if max_false is not None:
+        args.append("--max-false=" + number(max_false, "max_false"))
+    return args

@@ -29,9 +29,10 @@ struct Input {
 };
 
 Input read_input(const CommandLine& c, std::istream& in,
-                 cli::Diagnostics& diagnostics) {
+                 cli::Diagnostics& diagnostics, const std::string& in_name) {
   Input input;
-  fix::DetectionReader reader(c.files, in, diagnostics, {.keep_raw = true});
+  fix::DetectionReader reader(c.files, in, diagnostics, {.keep_raw = true},
+                              in_name);
   for (fix::DetectionRecord r; reader.next(r);) {
     if (!r.usable) continue;
     const fix::Detection& d = r.detection;
@@ -73,17 +74,12 @@ std::string render(const Input& input,
   return out;
 }
 
-void write_unassociated(const CommandLine& c, const Input& input,
-                        const Labelled& labelled,
+void write_unassociated(const std::string& file, const std::string& text,
                         cli::Diagnostics& diagnostics) {
-  const std::vector<std::string> none(input.items.size());
-  const std::string text =
-      render(input, {labelled.unassociated}, none, c.format);
   const std::string reason = cli::replace_file(
-      c.unassociated, [&](int fd) { return cli::write_all(fd, text); });
+      file, [&](int fd) { return cli::write_all(fd, text); });
   if (!reason.empty())
-    diagnostics.error("cannot write " + cli::quote(c.unassociated) + ": " +
-                      reason);
+    diagnostics.error("cannot write " + cli::quote(file) + ": " + reason);
 }
 
 // With shifted copies: how many of the events clutter alone would make.
@@ -100,6 +96,30 @@ void report_false_events(const Labelled& labelled,
 
 }  // namespace
 
+Written run(const CommandLine& c, std::istream& in,
+            cli::Diagnostics& diagnostics, bool unassociated,
+            const std::string& in_name) {
+  Options options = c.options;
+  options.jobs = cli::worker_count(options.jobs);
+  const Input input = read_input(c, in, diagnostics, in_name);
+  Labelled labelled;
+  try {
+    labelled = label_events(input.items, options, c.slice);
+  } catch (const std::invalid_argument& e) {
+    diagnostics.error(e.what());
+    return {};
+  }
+  Written w;
+  w.events = render(input, labelled.events, labelled.labels, c.format);
+  if (unassociated) {
+    const std::vector<std::string> none(input.items.size());
+    w.unassociated = render(input, {labelled.unassociated}, none, c.format);
+  }
+  if (options.copies > 0) report_false_events(labelled, diagnostics);
+  w.complete = true;
+  return w;
+}
+
 int assoc_main(const std::vector<std::string>& args, std::istream& in,
                std::ostream& out, std::ostream& err) {
   CommandLine c;
@@ -110,19 +130,11 @@ int assoc_main(const std::vector<std::string>& args, std::istream& in,
     out << (c.help ? usage() : cli::version_line(program));
     return cli::finish_output(out, diagnostics) ? 0 : 1;
   }
-  c.options.jobs = cli::worker_count(c.options.jobs);
-  const Input input = read_input(c, in, diagnostics);
-  Labelled labelled;
-  try {
-    labelled = label_events(input.items, c.options, c.slice);
-  } catch (const std::invalid_argument& e) {
-    diagnostics.error(e.what());
-    return 1;
-  }
-  out << render(input, labelled.events, labelled.labels, c.format);
+  const Written w = run(c, in, diagnostics, !c.unassociated.empty());
+  if (!w.complete) return 1;
+  out << w.events;
   if (!c.unassociated.empty())
-    write_unassociated(c, input, labelled, diagnostics);
-  if (c.options.copies > 0) report_false_events(labelled, diagnostics);
+    write_unassociated(c.unassociated, w.unassociated, diagnostics);
   if (!cli::finish_output(out, diagnostics)) return 1;
   return diagnostics.errors() ? 1 : 0;
 }
