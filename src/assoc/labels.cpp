@@ -41,24 +41,13 @@ struct Group {
   std::string label;
 };
 
-// How far beyond its own interval a slice reads the detections, s: three
-// of the association's blocks (stream.h), which covers what decides the
-// events of a block (its neighbours' clutter and candidates, and theirs).
-double slice_margin(const Options& options) {
-  Options one = options;
-  one.jobs = 1;
-  return 3.0 * Stream(one).block_s();
-}
-
 // The events found among the items without one, their items in order;
 // of a slice, the items without one farther than the margin from it take
 // no part.
 std::vector<Group> found_groups(const std::vector<Item>& items,
                                 const Options& options, const Slice& slice,
                                 Result& result) {
-  const bool whole = slice.from == -never && slice.to == never;
-  const double margin = whole ? 0.0 : slice_margin(options);
-  const Slice read{slice.from - margin, slice.to + margin};
+  const Slice read = reach(slice, options);
   std::vector<std::size_t> free;
   std::vector<fix::Detection> detections;
   for (std::size_t i = 0; i < items.size(); ++i)
@@ -105,6 +94,16 @@ void name_groups(std::vector<Group>& groups, const std::vector<Item>& items,
 }
 
 }  // namespace
+
+// Three of the association's blocks (stream.h) cover what decides the
+// events of a block: its neighbours' clutter and candidates, and theirs.
+Slice reach(const Slice& slice, const Options& options) {
+  if (slice.from == -never && slice.to == never) return slice;
+  Options one = options;
+  one.jobs = 1;
+  const double margin = 3.0 * Stream(one).block_s();
+  return {slice.from - margin, slice.to + margin};
+}
 
 std::string time_label(double seconds) {
   using namespace std::chrono;

@@ -40,6 +40,13 @@ struct Slice {
   bool owns(double time) const { return from <= time && time < to; }
 };
 
+/// The times of the detections without an event that a run over `slice`
+/// associates: the slice and three blocks on either side (everything for a
+/// run over the whole input). Detections outside it, and those without a
+/// time unless the slice reaches to the end, do not change what the run
+/// writes: a reader may leave them out.
+Slice reach(const Slice& slice, const Options& options);
+
 /// The events and the rest of a run, by index into its items.
 struct Labelled {
   /// Per item: the label of the event it is written with; "" for none.

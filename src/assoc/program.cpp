@@ -1,6 +1,7 @@
 #include "assoc/program.h"
 
 #include <iomanip>
+#include <limits>
 #include <ostream>
 #include <sstream>
 #include <stdexcept>
@@ -21,6 +22,7 @@ const std::string program = "vestra-assoc";
 /// The arrival times the association takes: from the year 1000 to the end
 /// of 2899, s since 1970.
 constexpr double earliest_s = -30610224000.0, latest_s = 29379542400.0;
+constexpr double reach_end = std::numeric_limits<double>::infinity();
 
 // The detections of a run as read, those refused left out (reported).
 struct Input {
@@ -33,6 +35,9 @@ Input read_input(const CommandLine& c, std::istream& in,
   Input input;
   fix::DetectionReader reader(c.files, in, diagnostics, {.keep_raw = true},
                               in_name);
+  // A slice holds only the detections it may need, so that its memory
+  // follows its own length, not the input's.
+  const Slice reach = assoc::reach(c.slice, c.options);
   for (fix::DetectionRecord r; reader.next(r);) {
     if (!r.usable) continue;
     const fix::Detection& d = r.detection;
@@ -41,6 +46,9 @@ Input read_input(const CommandLine& c, std::istream& in,
                         "arrival time outside the years 1000 to 2899");
       continue;
     }
+    if (r.event.empty() && (d.has_time ? !reach.owns(d.time)
+                                       : reach.to != reach_end))
+      continue;
     input.items.push_back({d, r.event, r.raw.text});
     input.raw.push_back(std::move(r.raw));
   }
