@@ -93,7 +93,7 @@ TEST(Depi, WalkStepAndItsBounds) {
   EXPECT_TRUE(std::isfinite(far.d2km));
 }
 
-// -------------------------------------------- delazd and the small routines
+// -------------------------------------------------------------------- delazd
 
 TEST(Delazd, WalkKilometresPolesAndDateLine) {
   // Going out along the azimuth towards a point reaches it.
@@ -115,30 +115,6 @@ TEST(Delazd, WalkKilometresPolesAndDateLine) {
   // Westward across the date line stays in [-180, 180].
   delazd(0, -179, 270, 2, 1, lat, lon);
   EXPECT_NEAR(lon, 179, 1e-9);
-}
-
-TEST(SmallRoutines, Values) {
-  EXPECT_EQ(alpha2(370), 10);
-  EXPECT_EQ(alpha2(-10), 350);
-  EXPECT_EQ(alpha2(0), 0);
-  EXPECT_EQ(alpha2(360), 360);
-  EXPECT_EQ(dpythag(0, 0), 0);
-  EXPECT_EQ(dpythag(3, -4), 5);
-  EXPECT_EQ(dpythag(1e300, 1e300), 1e300 * std::sqrt(2.0));
-  EXPECT_EQ(dsign(-2, 5), 2);
-  EXPECT_EQ(dsign(2, -5), -2);
-  EXPECT_EQ(dsign(2, 0), 2);
-  auto acos_fn = [](double a) { return std::acos(a); };
-  EXPECT_EQ(f2(acos_fn, 1.00004), 0);
-  EXPECT_EQ(f2(acos_fn, -1.00004), std::acos(-1.0));
-  EXPECT_TRUE(std::isnan(f2(acos_fn, 1.00005)));
-  EXPECT_EQ(f2(acos_fn, 0.5), std::acos(0.5));
-  EXPECT_EQ(convlat_geographic2geocentric(90), 90);
-  EXPECT_EQ(convlat_geographic2geocentric(0), 0);
-  EXPECT_NEAR(convlat_geocentric2geographic(convlat_geographic2geocentric(45)),
-              45, 1e-12);
-  EXPECT_NEAR(radloc_geographic(0), 6378.136, 1e-9);
-  EXPECT_NEAR(radloc_geocentric(90), 6356.751, 1e-9);
 }
 
 // ----------------------------------------------------- crossing of bearings
