@@ -93,7 +93,7 @@ TEST(Depi, WalkStepAndItsBounds) {
   EXPECT_TRUE(std::isfinite(far.d2km));
 }
 
-// -------------------------------------------------------------------- delazd
+// -------------------------------------------- delazd and the small routines
 
 TEST(Delazd, WalkKilometresPolesAndDateLine) {
   // Going out along the azimuth towards a point reaches it.
@@ -115,6 +115,23 @@ TEST(Delazd, WalkKilometresPolesAndDateLine) {
   // Westward across the date line stays in [-180, 180].
   delazd(0, -179, 270, 2, 1, lat, lon);
   EXPECT_NEAR(lon, 179, 1e-9);
+}
+
+// alpha2's edges and f2's tolerance are reached by no golden case.
+TEST(SmallRoutines, Values) {
+  EXPECT_EQ(alpha2(370), 10);
+  EXPECT_EQ(alpha2(-10), 350);
+  EXPECT_EQ(alpha2(0), 0);
+  EXPECT_EQ(alpha2(360), 360);
+  EXPECT_EQ(dpythag(3, -4), 5);
+  EXPECT_EQ(dpythag(1e300, 1e300), 1e300 * std::sqrt(2.0));
+  EXPECT_EQ(dsign(-2, 5), 2);
+  EXPECT_EQ(dsign(2, -5), -2);
+  EXPECT_EQ(dsign(2, 0), 2);
+  auto acos_fn = [](double a) { return std::acos(a); };
+  EXPECT_EQ(f2(acos_fn, 1.00004), 0);
+  EXPECT_EQ(f2(acos_fn, -1.00004), std::acos(-1.0));
+  EXPECT_TRUE(std::isnan(f2(acos_fn, 1.00005)));
 }
 
 // ----------------------------------------------------- crossing of bearings

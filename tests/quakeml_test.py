@@ -177,7 +177,9 @@ def test_arrivals_against_geographiclib(catalogue):
         if result["status"] == "no-fix" or untimed(rows):
             continue
         origin = child(event, "origin")
-        for arrival, row in zip(origin.findall(B + "arrival"), rows):
+        used = []
+        for arrival, fit, row in zip(origin.findall(B + "arrival"),
+                                     result["detections"], rows):
             g = Geodesic.WGS84.Inverse(result["latitude"],
                                        result["longitude"],
                                        *STATIONS[row[1]])
@@ -186,6 +188,17 @@ def test_arrivals_against_geographiclib(catalogue):
                 g["azi1"] % 360, abs=2e-3)
             assert number(arrival, "distance") == pytest.approx(degrees,
                                                                 abs=2e-4)
+            if fit["used"]:
+                used.append((g["azi1"] % 360, degrees))
+        # The quality figures of the used arrivals.
+        quality = child(origin, "quality")
+        azimuths, distances = (sorted(x) for x in zip(*used))
+        gap = max(b - a for a, b in zip(azimuths, azimuths[1:] +
+                                        [azimuths[0] + 360]))
+        assert number(quality, "azimuthalGap") == pytest.approx(gap, abs=2e-3)
+        assert (number(quality, "minimumDistance"),
+                number(quality, "maximumDistance")) == pytest.approx(
+                    (distances[0], distances[-1]), abs=2e-4)
 
 
 def test_picks_carry_the_detections(catalogue):
