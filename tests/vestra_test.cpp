@@ -53,6 +53,9 @@ TEST(MethodChoice, Rot13AndStoredNames) {
     EXPECT_FALSE(norsar(name)) << name;
 }
 
+// The refusals of golden/refusals.txt run whole command lines; these tables
+// hold the values at the reader's edges.
+
 // Accepted values of the strtod-style reader: the numeric prefix and how much
 // of the text it used.
 TEST(Numbers, AcceptedTable) {
@@ -78,12 +81,10 @@ TEST(Numbers, AcceptedTable) {
 
 TEST(NumbersDeathTest, RefusedTable) {
   const std::pair<const char*, const char*> rows[] = {
-      {"", "is not a number"},         {"   ", "is not a number"},
-      {":3", "is not a number"},       {".", "is not a number"},
+      {"   ", "is not a number"},      {".", "is not a number"},
       {"-", "is not a number"},        {"e5", "is not a number"},
-      {"abc", "is not a number"},      {"1e999", "is out of range"},
       {"-1e999", "is out of range"},   {"0x1p9999", "is out of range"},
-      {"inf", "is not a finite number"}, {"-infinity", "is not a finite number"},
+      {"-infinity", "is not a finite number"},
       {"-nan", "is not a finite number"}, {"NAN", "is not a finite number"},
   };
   errno = ERANGE;  // left over from an earlier call: must not count
@@ -149,14 +150,8 @@ TEST_F(Sources, StationAzimuthAndDeviation) {
     EXPECT_EQ(last().sbaz, r.sbaz) << r.value;
   }
   EXPECT_EQ(new_stations.size(), std::size(rows));
-  const std::pair<const char*, const char*> refused[] = {
-      {"111::3", "^Error: standard deviation for Kiruna: \":3\" is not a number\n$"},
-      {"111:", "standard deviation for Kiruna: \"\" is not a number"},
-      {":3", "^Error: azimuth for Kiruna: \":3\" is not a number\n$"},
-      {"111:nan", "is not a finite number"}};
-  for (const auto& [value, message] : refused)
-    EXPECT_EXIT(get_station_azimuth("Kiruna", value), ExitedWithCode(1), message)
-        << value;
+  EXPECT_EXIT(get_station_azimuth("Kiruna", "111:"), ExitedWithCode(1),
+              "^Error: standard deviation for Kiruna: \"\" is not a number\n$");
 }
 
 // The fifth field of --new-station: missing, empty or blank keep the
@@ -187,11 +182,9 @@ TEST_F(Sources, NewStationFields) {
   EXPECT_EQ(last().get_latitude(), 0.0);
   const char* latitude =
       "^Error: No latitude\nUse: --new-station=name:latitude:longitude:azimuth\n$";
-  for (const char* bad : {"A::1:2:3", "A: :1:2", "A", "", "A:inf:1:2",
-                          "A:nan:1:2", "A:60e:1:2", "A:60east:1:2", "A:1e999:1:2"})
+  for (const char* bad : {"A: :1:2", "", "A:nan:1:2"})
     EXPECT_EXIT(new_station(bad), ExitedWithCode(1), latitude) << bad;
   EXPECT_EXIT(new_station("A:1:-inf:2"), ExitedWithCode(1), "^Error: No longitude\n");
-  EXPECT_EXIT(new_station("A:1:2:"), ExitedWithCode(1), "^Error: No azimuth\n");
 }
 
 // ------------------------------------------------------------ checked search
