@@ -138,6 +138,7 @@ GOOD = {"Event": "E", "Name": "KIR", "Latitude": 67.86, "Longitude": 20.42,
     ({"celerity": (0.4, 0.3)}, ["--celerity=0.4:0.3"]),
     ({"pick_error": 0, "celerity": 0.3}, ["--pick-error=0", "--celerity=0.3"]),
     ({"ellipsoid": 2.5}, ["--ellipsoid=2.5"]),
+    ({"jobs": 0}, ["--jobs=0"]),
 ])
 def test_refused_settings_say_what_the_command_line_says(tmp_path, settings,
                                                          options):
