@@ -10,9 +10,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
-#include <cstdio>
-#include <filesystem>
-#include <fstream>
 #include <iomanip>
 #include <sstream>
 #include <streambuf>
@@ -24,26 +21,15 @@
 #include "fix/iso_time.h"
 #include "fix/program.h"
 #include "fix/reader.h"
+#include "in_process.h"
 
 namespace {
 
-namespace fs = std::filesystem;
 using nlohmann::json;
 
-struct Outcome {
-  int status;
-  std::string out, err;
-};
-
-Outcome run(const std::vector<std::string>& args, std::istream& in) {
-  std::ostringstream out, err;
-  const int status = fix::fix_main(args, in, out, err);
-  return {status, out.str(), err.str()};
-}
-
-Outcome run(const std::vector<std::string>& args, const std::string& input) {
-  std::istringstream in(input);
-  return run(args, in);
+template <class Input>
+Outcome run(const std::vector<std::string>& args, Input&& input) {
+  return run_main(fix::fix_main, args, input);
 }
 
 // The results of JSON Lines output; their event names; their numbers of
@@ -82,20 +68,6 @@ Records read(const std::string& input, bool keep_raw = false) {
   r.messages = messages.str();
   return r;
 }
-
-// A directory of files for one test, removed at the end.
-struct TempDir {
-  fs::path path;
-  TempDir() {
-    char name[] = "/tmp/vestra-fix-reader-XXXXXX";
-    path = mkdtemp(name);
-  }
-  ~TempDir() { fs::remove_all(path); }
-  std::string file(const std::string& name, const std::string& text) const {
-    std::ofstream(path / name, std::ios::binary) << text;
-    return (path / name).string();
-  }
-};
 
 TEST(FixTime, Iso8601) {
   struct Case {

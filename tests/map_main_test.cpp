@@ -9,36 +9,21 @@
 
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "map/gmt_run.h"
 #include "map/map_main.h"
 #include "map/output_file.h"
+#include "in_process.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 using namespace vestra::map;
 
-struct Outcome {
-  int status;
-  std::string out, err;
-};
-
 Outcome run(const std::vector<std::string>& args, const std::string& input = "") {
-  std::istringstream in(input);
-  std::ostringstream out, err;
-  const int status = map_main(args, in, out, err);
-  return {status, out.str(), err.str()};
-}
-
-std::string read(const fs::path& file) {
-  std::ifstream in(file);
-  std::stringstream text;
-  text << in.rdbuf();
-  return text.str();
+  return run_main(map_main, args, input);
 }
 
 // A FeatureCollection of one feature of `event` with `geometry` and `kind`.
@@ -184,9 +169,9 @@ TEST_F(MapFiles, NoLinkIsFollowed) {
                         R"("geometry":{"type":"Point","coordinates":[10,60]},"properties":)"
                         R"({"event":"e","kind":"station","station":"A"}}]})");
   EXPECT_EQ(o.status, 0) << o.err;
-  EXPECT_EQ(read(victim), "victim");
+  EXPECT_EQ(read_text(victim), "victim");
   EXPECT_FALSE(fs::is_symlink(target));
-  EXPECT_EQ(read(target), "picture\n");
+  EXPECT_EQ(read_text(target), "picture\n");
   std::size_t entries = 0;
   for (const auto& e : fs::directory_iterator(dir_)) entries += !e.path().empty();
   EXPECT_EQ(entries, 4u);  // the fake GMT, the victim, two links
