@@ -5,43 +5,20 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "assoc/output.h"
 #include "assoc/program.h"
+#include "in_process.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-struct Outcome {
-  int status;
-  std::string out, err;
-};
-
 Outcome run(const std::vector<std::string>& args, const std::string& input) {
-  std::istringstream in(input);
-  std::ostringstream out, err;
-  const int status = assoc::assoc_main(args, in, out, err);
-  return {status, out.str(), err.str()};
+  return run_main(assoc::assoc_main, args, input);
 }
-
-std::string slurp(const fs::path& path) {
-  std::ifstream in(path);
-  std::ostringstream s;
-  s << in.rdbuf();
-  return s.str();
-}
-
-struct TempDir {
-  fs::path path = fs::temp_directory_path() /
-                  ("assoc-test-" + std::to_string(::getpid()));
-  TempDir() { fs::create_directories(path); }
-  ~TempDir() { fs::remove_all(path); }
-};
 
 // Every usable detection goes to one of the two outputs; an event given in
 // the input stays as it is; bad ones are named and left out.
@@ -65,14 +42,14 @@ TEST(AssocProgram, EveryDetectionWrittenOnceOrReported) {
   EXPECT_EQ(o.out,
             "quarry K1 67.8 20.4 111 - 2010-01-01T12:00:00Z\n"
             "quarry L1 64 14 66 2.5 2010-01-01T12:03:00.25Z\n");
-  EXPECT_EQ(slurp(un), "- W 61 21 45.5 - 2010-01-01T13:00:00Z\n"
+  EXPECT_EQ(read_text(un), "- W 61 21 45.5 - 2010-01-01T13:00:00Z\n"
                        "- Z 60 20 100 - -\n");
   // The same detections as JSON, made from the text.
   const Outcome j = run({"--unassociated=" + un.string()}, input);
   EXPECT_EQ(j.out.substr(0, 113),
             "[\n{\"Name\": \"K1\", \"Time (UTC)\": \"2010-01-01T12:00:00Z\", "
             "\"Back Azimuth\": 111, \"Latitude\": 67.8, \"Longitude\": 20.4, ");
-  EXPECT_EQ(slurp(un),
+  EXPECT_EQ(read_text(un),
             "[\n{\"Name\": \"W\", \"Time (UTC)\": \"2010-01-01T13:00:00Z\", "
             "\"Back Azimuth\": 45.5, \"Latitude\": 61, \"Longitude\": 21, "
             "\"Event\": \"\"},\n"

@@ -13,6 +13,7 @@
 #include "assoc/program.h"
 #include "cli/command_line.h"
 #include "fix/program.h"
+#include "in_process.h"
 #include "map/map_main.h"
 
 namespace {
@@ -107,16 +108,8 @@ const Program kPrograms[] = {
     {"vestra-assoc", assoc::assoc_main, true},
 };
 
-struct Outcome {
-  int status;
-  std::string out, err;
-};
-
 Outcome run(const Program& p, const std::vector<std::string>& args) {
-  std::istringstream in;
-  std::ostringstream out, err;
-  const int status = p.main(args, in, out, err);
-  return {status, out.str(), err.str()};
+  return run_main(p.main, args);
 }
 
 // The cases every companion answers alike; "@" stands for the program's

@@ -10,7 +10,6 @@
 
 #include <cmath>
 #include <filesystem>
-#include <fstream>
 #include <map>
 #include <random>
 #include <set>
@@ -20,6 +19,7 @@
 
 #include "fix/program.h"
 #include "fix_synthetic.h"
+#include "in_process.h"
 #include "geo/vocabulary.h"
 #include "map/geojson_reader.h"
 #include "run_program.h"
@@ -30,16 +30,8 @@ using geo::Key;
 using geo::Kind;
 using nlohmann::json;
 
-struct Outcome {
-  int status;
-  std::string out, err;
-};
-
 Outcome run(const std::vector<std::string>& args, const std::string& input) {
-  std::istringstream in(input);
-  std::ostringstream out, err;
-  const int status = fix::fix_main(args, in, out, err);
-  return {status, out.str(), err.str()};
+  return run_main(fix::fix_main, args, input);
 }
 
 std::string word(Key key) { return std::string(geo::name(key)); }
@@ -226,15 +218,12 @@ TEST_F(FixGeoJson, VestraMapReadsIt) {
 
 TEST_F(FixGeoJson, GdalReadsItWithoutComplaint) {
   ASSERT_TRUE(std::filesystem::exists("/usr/bin/ogrinfo"));  // gdal-bin
-  char name[] = "/tmp/vestra-fix-test-XXXXXX";
-  const std::string dir = mkdtemp(name);
-  const std::string file = dir + "/fix.geojson";
-  std::ofstream(file) << *output_;
+  const TempDir dir;
+  const std::string file = dir.file("fix.geojson", *output_);
   ProgramRun r;
   r.args = {"-ro", "-al", "-so", file};
   r.argv0 = "ogrinfo";
   const ProgramResult res = run_program("/usr/bin/ogrinfo", r);
-  std::filesystem::remove_all(dir);
   EXPECT_EQ(res.status, 0) << res.err;
   EXPECT_EQ(res.err, "");
   EXPECT_NE(res.out.find("Feature Count: "), std::string::npos) << res.out;

@@ -11,7 +11,6 @@
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <map>
 #include <random>
 #include <set>
@@ -22,22 +21,15 @@
 #include "fix/iso_time.h"
 #include "fix/program.h"
 #include "fix_synthetic.h"
+#include "in_process.h"
 #include "run_program.h"
 
 namespace {
 
 using nlohmann::json;
 
-struct Outcome {
-  int status;
-  std::string out, err;
-};
-
 Outcome run(const std::vector<std::string>& args, const std::string& input) {
-  std::istringstream in(input);
-  std::ostringstream out, err;
-  const int status = fix::fix_main(args, in, out, err);
-  return {status, out.str(), err.str()};
+  return run_main(fix::fix_main, args, input);
 }
 
 std::vector<json> json_lines(const std::string& text) {
@@ -90,11 +82,6 @@ TEST(FixCatalogue, SameBytesOnAnyNumberOfThreads) {
   }
 }
 
-std::string temp_dir() {
-  char name[] = "/tmp/vestra-fix-test-XXXXXX";
-  return mkdtemp(name);
-}
-
 // GNU parallel splits the text catalogue on event boundaries (lines grouped
 // by their first column) and runs vestra-fix on every piece; with
 // --keep-order the pieces' output is the single run's, byte for byte.
@@ -102,9 +89,8 @@ TEST(FixCatalogue, GnuParallelSplitGivesTheSameBytes) {
   // GNU parallel is one of the packages ./bootstrap installs: missing, the
   // test fails rather than hiding the missing install step.
   ASSERT_TRUE(std::filesystem::exists("/usr/bin/parallel"));
-  const std::string dir = temp_dir();
-  const std::string file = dir + "/catalogue.txt";
-  std::ofstream(file) << catalogue(300);
+  const TempDir dir;
+  const std::string file = dir.file("catalogue.txt", catalogue(300));
   ProgramRun single;
   single.args = {"--format=json", "--jobs=2", file};
   single.argv0 = "vestra-fix";
@@ -117,7 +103,6 @@ TEST(FixCatalogue, GnuParallelSplitGivesTheSameBytes) {
                               " --format=json --jobs=1 <" + file};
   split.argv0 = "bash";
   const ProgramResult pieces = run_program("/bin/bash", split);
-  std::filesystem::remove_all(dir);
   EXPECT_EQ(whole.status, 1);
   EXPECT_NE(pieces.status, 0);  // parallel: the number of failed pieces
   EXPECT_EQ(json_lines(whole.out).size(), 300u);

@@ -18,21 +18,14 @@
 #include "fix/iso_time.h"
 #include "fix/program.h"
 #include "fix_synthetic.h"
+#include "in_process.h"
 
 namespace {
 
 using nlohmann::json;
 
-struct Outcome {
-  int status;
-  std::string out, err;
-};
-
-Outcome run(std::vector<std::string> args, const std::string& input) {
-  std::istringstream in(input);
-  std::ostringstream out, err;
-  const int status = fix::fix_main(args, in, out, err);
-  return {status, out.str(), err.str()};
+Outcome run(const std::vector<std::string>& args, const std::string& input) {
+  return run_main(fix::fix_main, args, input);
 }
 
 // The text format of an event.

@@ -10,13 +10,13 @@
 #include <clocale>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <optional>
 #include <set>
 #include <sstream>
-#include <stdexcept>
 #include <string>
 #include <vector>
+
+#include "in_process.h"
 
 namespace fs = std::filesystem;
 
@@ -34,18 +34,6 @@ bool starts_with_c_stamp(const std::string& line) {
       return false;
   return true;
 }
-
-/// A fresh temporary directory, removed with its contents at the end.
-struct TempDir {
-  fs::path path;
-  TempDir() {
-    std::string t = fs::temp_directory_path() / "logfile_test.XXXXXX";
-    if (mkdtemp(t.data()) == nullptr) throw std::runtime_error("mkdtemp");
-    path = t;
-  }
-  ~TempDir() { std::error_code e; fs::remove_all(path, e); }
-  fs::path operator/(const char* name) const { return path / name; }
-};
 
 /// Sets an environment variable for the scope.
 struct EnvSetting {
@@ -68,12 +56,6 @@ struct TimeLocale {
 
 std::string time_locale() { return std::setlocale(LC_TIME, nullptr); }
 
-std::string read_file(const fs::path& p) {
-  std::ostringstream s;
-  s << std::ifstream(p, std::ios::binary).rdbuf();
-  return s.str();
-}
-
 std::vector<std::string> lines_of(const std::string& text) {
   std::vector<std::string> lines;
   std::istringstream in(text);
@@ -95,7 +77,7 @@ class RunLog : public testing::Test {
   /// What one run with these arguments writes after the time stamp.
   std::string logged(std::vector<const char*> args) {
     log_to(file_, args);
-    const std::string text = read_file(file_);
+    const std::string text = read_text(file_);
     fs::remove(file_);
     EXPECT_TRUE(starts_with_c_stamp(text)) << text;
     EXPECT_EQ(text.back(), '\n');
@@ -113,7 +95,7 @@ TEST_F(RunLog, TimeStampIsTheLocalTime) {
     after = std::time(nullptr);
   }
   tzset();
-  const std::string line = read_file(file_);
+  const std::string line = read_text(file_);
   std::set<std::string> expected;
   for (std::time_t t = before - 5 * 3600; t <= after - 5 * 3600; ++t) {
     char buf[32];
@@ -179,7 +161,7 @@ TEST(RunLogLocale, ProgramSettingIsRestored) {
     TimeLocale program_locale("C");
     EnvSetting lc_all("LC_ALL", "xx_NOWHERE.nonsense");
     log_to(dir / "unknown", {"vestra"});
-    EXPECT_TRUE(starts_with_c_stamp(read_file(dir / "unknown")));
+    EXPECT_TRUE(starts_with_c_stamp(read_text(dir / "unknown")));
   }
   const char* other = "C.UTF-8";
   if (!TimeLocale(other).ok) GTEST_SKIP() << other << " missing";
@@ -238,7 +220,7 @@ TEST(RunLogConcurrency, ManyProcessesNeverMixTheirLines) {
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
   }
 
-  const auto lines = lines_of(read_file(file));
+  const auto lines = lines_of(read_text(file));
   ASSERT_EQ(lines.size(), static_cast<std::size_t>(children));
   const std::string head = " vestra --payload=\"";
   std::set<int> seen;

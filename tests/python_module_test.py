@@ -1,11 +1,5 @@
-"""The Python package vestra against the programs it binds: its results
-equal what vestra-fix and vestra print for the same input, its refusals
-carry their messages, its geodesics agree with GeographicLib, and it gives
-the same results from several threads at once.
-
-Run by CTest as `python3 -m pytest tests/python_module_test.py` with
-PYTHONPATH naming the build's python/ directory and VESTRA_FIX and VESTRA
-the built programs."""
+"""The Python package vestra against the programs it binds (VESTRA_FIX,
+VESTRA, VESTRA_ASSOC) and GeographicLib; the package comes from PYTHONPATH."""
 
 import concurrent.futures
 import contextlib
@@ -137,15 +131,12 @@ GOOD = {"Event": "E", "Name": "KIR", "Latitude": 67.86, "Longitude": 20.42,
         "Back Azimuth": 111}
 
 
+# The messages themselves are the command line's (cli_test.cpp): these rows
+# show that each kind of setting reaches the same checks.
 @pytest.mark.parametrize("settings,options", [
-    ({"sigma": 95}, ["--sigma=95"]),
-    ({"sigma": 0.0}, ["--sigma=0.0"]),
     ({"sigma": math.nan}, ["--sigma=nan"]),
     ({"celerity": (0.4, 0.3)}, ["--celerity=0.4:0.3"]),
-    ({"celerity": -1}, ["--celerity=-1"]),
-    ({"pick_error": -1.5}, ["--pick-error=-1.5"]),
     ({"pick_error": 0, "celerity": 0.3}, ["--pick-error=0", "--celerity=0.3"]),
-    ({"ellipsoid": 26}, ["--ellipsoid=26"]),
     ({"ellipsoid": 2.5}, ["--ellipsoid=2.5"]),
     ({"jobs": 0}, ["--jobs=0"]),
 ])
@@ -160,14 +151,8 @@ def test_refused_settings_say_what_the_command_line_says(tmp_path, settings,
         vestra.to_quakeml([GOOD], **settings)
 
 
-@pytest.mark.parametrize("bad", [
-    {"Latitude": 95},
-    {"Longitude": "east"},
-    {"Back Azimuth": math.inf},
-    {"Back Azimuth": None},
-    {"Peak F-Stat Time (UTC)": "yesterday"},
-    {"Event": [1]},
-])
+@pytest.mark.parametrize("bad", [{"Latitude": 95}, {"Back Azimuth": math.inf},
+                                 {"Event": [1]}])
 def test_bad_detections_say_what_the_program_says(tmp_path, bad):
     detections = [GOOD, dict(GOOD, **bad), dict(GOOD, Event="F")]
     status, message = refusal(tmp_path, detections=detections)
@@ -199,11 +184,7 @@ def test_association_is_the_programs(tmp_path, settings, options):
 
 
 @pytest.mark.parametrize("settings,option", [
-    ({"min_arrays": 1}, "--min-arrays=1"),
-    ({"threshold": math.nan}, "--threshold=nan"),
-    ({"max_false": 2}, "--max-false=2"),
-    ({"sigma": 95}, "--sigma=95"),
-])
+    ({"min_arrays": 1}, "--min-arrays=1"), ({"sigma": 95}, "--sigma=95")])
 def test_association_refuses_what_the_program_refuses(tmp_path, settings,
                                                       option):
     status, _, err = run(VESTRA_ASSOC, option, cwd=tmp_path)
@@ -291,8 +272,7 @@ def test_files_refused_say_what_the_program_says(tmp_path):
             name, str(tmp_path / name))
     # Hostile content of an open file: the program's message for the same
     # bytes on standard input, under the file's name.
-    for content in (b"[" * 200000, b"{}", b"[1, null]", b"\xff\xfe\x00",
-                    b'[{"Latitude": 1e999}]', b'[{"Name": "\xff"}]',
+    for content in (b"[" * 200000, b"\xff\xfe\x00", b'[{"Latitude": 1e999}]',
                     b"E1 A 1 2 3\n" + b"x" * 100000):
         done = subprocess.run([VESTRA_FIX], input=content,
                               capture_output=True, check=False)

@@ -1,5 +1,6 @@
 // Front end: program name, method choice, number reading, source values and
-// the checked search of one pair.
+// the checks of one trial. (The golden cases identical_stations_invalid,
+// norsar_every_trial_fails and range_*_stations run the search over pairs.)
 
 #include "vestra.h"
 
@@ -9,12 +10,9 @@
 #include <climits>
 #include <cmath>
 #include <limits>
-#include <sstream>
 #include <utility>
-#include <vector>
 
 #include "distance.h"
-#include "output.h"
 #include "test_support.h"
 
 namespace {
@@ -55,6 +53,9 @@ TEST(MethodChoice, Rot13AndStoredNames) {
     EXPECT_FALSE(norsar(name)) << name;
 }
 
+// The refusals of golden/refusals.txt run whole command lines; these tables
+// hold the values at the reader's edges.
+
 // Accepted values of the strtod-style reader: the numeric prefix and how much
 // of the text it used.
 TEST(Numbers, AcceptedTable) {
@@ -80,12 +81,10 @@ TEST(Numbers, AcceptedTable) {
 
 TEST(NumbersDeathTest, RefusedTable) {
   const std::pair<const char*, const char*> rows[] = {
-      {"", "is not a number"},         {"   ", "is not a number"},
-      {":3", "is not a number"},       {".", "is not a number"},
+      {"   ", "is not a number"},      {".", "is not a number"},
       {"-", "is not a number"},        {"e5", "is not a number"},
-      {"abc", "is not a number"},      {"1e999", "is out of range"},
       {"-1e999", "is out of range"},   {"0x1p9999", "is out of range"},
-      {"inf", "is not a finite number"}, {"-infinity", "is not a finite number"},
+      {"-infinity", "is not a finite number"},
       {"-nan", "is not a finite number"}, {"NAN", "is not a finite number"},
   };
   errno = ERANGE;  // left over from an earlier call: must not count
@@ -95,23 +94,8 @@ TEST(NumbersDeathTest, RefusedTable) {
         << text;
 }
 
-// Long values are read (and refused) without echoing them whole.
-TEST(NumbersDeathTest, LongValueIsCutInTheMessage) {
-  const std::string digits(1 << 20, '9');
-  EXPECT_EXIT(read_double(digits, "--angle"), ExitedWithCode(1),
-              "^Error: --angle: \"9{64}\"\\.\\.\\. \\(1048576 bytes\\) "
-              "is out of range\n$");
-  EXPECT_EXIT(read_double(std::string(1 << 20, ' '), "--angle"),
-              ExitedWithCode(1), "\\(1048576 bytes\\) is not a number");
-  EXPECT_EXIT(read_double(std::string(100, '#'), "--angle"), ExitedWithCode(1),
-              "\"\\.\\.\\. \\(100 bytes\\) is");
-  EXPECT_EXIT(read_double(std::string(64, '#'), "--angle"), ExitedWithCode(1),
-              "#\" is not a number\n$");  // 64 bytes: shown whole
-  bool overflow = false;
-  EXPECT_EQ(read_long(digits, "--ellipsoid", &overflow), LONG_MAX);
-  EXPECT_TRUE(overflow);
-}
-
+// The cut of long values in messages: golden cases value_angle_long and
+// value_cut_before_utf8.
 TEST(NumbersDeathTest, EllipsoidDigitsOnly) {
   const std::pair<const char*, long> rows[] = {
       {"12.9", 12}, {"1e1", 1}, {"0x19", 0}, {"+7", 7}, {" -12xyz", -12}};
@@ -122,6 +106,8 @@ TEST(NumbersDeathTest, EllipsoidDigitsOnly) {
     EXPECT_FALSE(overflow) << text;
   }
   bool overflow = false;
+  EXPECT_EQ(read_long(std::string(1 << 20, '9'), "x", &overflow), LONG_MAX);
+  EXPECT_TRUE(overflow);
   for (const char* bad : {"inf", "  ", "x1"})
     EXPECT_EXIT(read_long(bad, "--ellipsoid", &overflow), ExitedWithCode(1),
                 std::string("--ellipsoid: \"") + bad + "\" is not a number")
@@ -164,14 +150,8 @@ TEST_F(Sources, StationAzimuthAndDeviation) {
     EXPECT_EQ(last().sbaz, r.sbaz) << r.value;
   }
   EXPECT_EQ(new_stations.size(), std::size(rows));
-  const std::pair<const char*, const char*> refused[] = {
-      {"111::3", "^Error: standard deviation for Kiruna: \":3\" is not a number\n$"},
-      {"111:", "standard deviation for Kiruna: \"\" is not a number"},
-      {":3", "^Error: azimuth for Kiruna: \":3\" is not a number\n$"},
-      {"111:nan", "is not a finite number"}};
-  for (const auto& [value, message] : refused)
-    EXPECT_EXIT(get_station_azimuth("Kiruna", value), ExitedWithCode(1), message)
-        << value;
+  EXPECT_EXIT(get_station_azimuth("Kiruna", "111:"), ExitedWithCode(1),
+              "^Error: standard deviation for Kiruna: \"\" is not a number\n$");
 }
 
 // The fifth field of --new-station: missing, empty or blank keep the
@@ -202,37 +182,26 @@ TEST_F(Sources, NewStationFields) {
   EXPECT_EQ(last().get_latitude(), 0.0);
   const char* latitude =
       "^Error: No latitude\nUse: --new-station=name:latitude:longitude:azimuth\n$";
-  for (const char* bad : {"A::1:2:3", "A: :1:2", "A", "", "A:inf:1:2",
-                          "A:nan:1:2", "A:60e:1:2", "A:60east:1:2", "A:1e999:1:2"})
+  for (const char* bad : {"A: :1:2", "", "A:nan:1:2"})
     EXPECT_EXIT(new_station(bad), ExitedWithCode(1), latitude) << bad;
   EXPECT_EXIT(new_station("A:1:-inf:2"), ExitedWithCode(1), "^Error: No longitude\n");
-  EXPECT_EXIT(new_station("A:1:2:"), ExitedWithCode(1), "^Error: No azimuth\n");
 }
 
 // ------------------------------------------------------------ checked search
 
-// A stand-in location method: records the bearings of every trial and
-// answers with a fixed location or an error.
+// A stand-in location method: counts the trials and answers with a fixed
+// location.
 struct Trials {
-  static inline std::vector<std::pair<double, double>> seen;
+  static inline int seen = 0;
   static inline double lat = 0, lon = 0;
-  static inline int code = 0;
-  // When set, the location is given only for this offset of station 1's
-  // bearing, and is not a number for any other.
-  static inline double only_at = NAN;
-  static int method(const Station& s1, const Station& s2, Station& loc) {
-    seen.emplace_back(s1.baz, s2.baz);
-    if (code == 0) {
-      const bool here = std::isnan(only_at) ||
-                        std::fabs(s1.baz - s1.baz_original - only_at) < 1e-9;
-      loc.set_latitude(here ? lat : NAN);
-      loc.set_longitude(lon);
-    }
-    return code;
+  static int method(const Station&, const Station&, Station& loc) {
+    ++seen;
+    loc.set_latitude(lat);
+    loc.set_longitude(lon);
+    return 0;
   }
-  static void reset(double la, double lo, int c) {
-    seen.clear();
-    lat = la, lon = lo, code = c, only_at = NAN;
+  static void reset(double la, double lo) {
+    seen = 0, lat = la, lon = lo;
     calculate_location = method;
   }
 };
@@ -285,90 +254,11 @@ TEST_F(Search, EarlyExits) {
   for (const auto& r : rows) {
     const double lat = r.loc_lat == 0 ? 0 : 60;
     Station s1 = source("A", lat, r.lon1, 90), s2 = source("B", lat, r.lon2, 270);
-    Trials::reset(r.loc_lat, r.loc_lon, 0);
+    Trials::reset(r.loc_lat, r.loc_lon);
     EXPECT_TRUE(test_angle_fuzz(0, 11, s1, s2, loc, flag1, flag2));
-    EXPECT_EQ(Trials::seen.size(), 1u) << r.loc_lon;
+    EXPECT_EQ(Trials::seen, 1) << r.loc_lon;
     EXPECT_TRUE(flag1 == r.confirmed && flag2 == r.confirmed) << r.loc_lon;
   }
-}
-
-TEST_F(Search, IdenticalStationsAreRefusedWithoutATrial) {
-  Station s1 = source("A", 60, 10, 90), s2 = source("A", 60, 10, 45);
-  Trials::reset(60, 11, 0);
-  EXPECT_TRUE(test_angle_fuzz(0, 11, s1, s2, loc, flag1, flag2));
-  EXPECT_TRUE(Trials::seen.empty());
-  EXPECT_FALSE(flag1 || flag2);
-  // Same place, other name: searched as usual.
-  s2.set_name("B");
-  test_angle_fuzz(0, 1, s1, s2, loc, flag1, flag2);
-  EXPECT_EQ(Trials::seen.size(), 1u);
-}
-
-TEST_F(Search, MethodErrorsLeaveTheFlagsAndTryEveryOffset) {
-  Station s1 = source("A", 0, 0, 90), s2 = source("B", 0, 10, 270);
-  Trials::reset(0, 5, 10);
-  flag1 = false;
-  debug = 1;
-  testing::internal::CaptureStderr();
-  EXPECT_FALSE(test_angle_fuzz(11, 21, s1, s2, loc, flag1, flag2));
-  const std::string err = testing::internal::GetCapturedStderr();
-  EXPECT_EQ(Trials::seen.size(), 100u);
-  EXPECT_NE(err.find(":: debug: Got error. Need to retry with new fuzz\n"),
-            std::string::npos);
-  EXPECT_FALSE(flag1);
-  EXPECT_TRUE(flag2);
-  // An empty range makes no trial and returns the flags as they stand.
-  flag1 = true;
-  EXPECT_TRUE(test_angle_fuzz(5, 5, s1, s2, loc, flag1, flag2));
-  EXPECT_EQ(Trials::seen.size(), 100u);
-}
-
-// The pairs in order: a pair that its first range does not confirm is
-// searched over [11, 21), then [21, 39), and the range it ends with is the
-// first one of the next pair. Traced, so results go to the standard output
-// as map arguments and not to the writer.
-TEST_F(Search, RangesWidenAndCarryOverToTheNextPair) {
-  std::string sep, out, err;
-  std::ostringstream unused;
-  output_normal writer(unused, sep);
-  const auto run = [&] {
-    debug = 1;
-    testing::internal::CaptureStdout();
-    testing::internal::CaptureStderr();
-    cross_pairs(writer);
-    out = testing::internal::GetCapturedStdout();
-    err = testing::internal::GetCapturedStderr();
-  };
-  const auto count = [](const std::string& text, const std::string& what) {
-    std::size_t n = 0;
-    for (auto at = text.find(what); at != std::string::npos;
-         at = text.find(what, at + 1))
-      ++n;
-    return n;
-  };
-  // Located at the first offset of [11, 21), +0.6: so are the later pairs,
-  // without a wider search.
-  new_stations = {source("A", 60, 10, 90), source("B", 60, 12, 270),
-                  source("C", 60, 12, 270)};
-  Trials::reset(60.01, 11, 0);
-  Trials::only_at = 0.6;
-  run();
-  ASSERT_EQ(Trials::seen.size(), 121u + 3);
-  for (std::size_t i : {121, 122})
-    EXPECT_EQ(Trials::seen[i], std::make_pair(90 + 0.6, 270 + 0.6)) << i;
-  EXPECT_EQ(count(out, "kelvo "), 3u);
-  EXPECT_EQ(count(err, "Doing extended search"), 1u);
-  // Never located (B's and C's bearings point away): the three ranges, and
-  // for the later pairs [21, 39), [11, 21), [21, 39).
-  new_stations[1].baz_original = new_stations[2].baz_original = 90;
-  Trials::reset(60.01, 11, 0);
-  run();
-  ASSERT_EQ(Trials::seen.size(), 545u + 2 * (324 + 100 + 324));
-  EXPECT_EQ(Trials::seen[121], std::make_pair(90 + 0.6, 90 + 0.6));
-  EXPECT_EQ(Trials::seen[221], std::make_pair(90 + 1.1, 90 + 1.1));
-  EXPECT_EQ(Trials::seen[545], std::make_pair(90 + 1.1, 90 + 1.1));
-  EXPECT_EQ(out + unused.str(), "");
-  EXPECT_EQ(count(err, "Doing realy extended search"), 3u);
 }
 
 }  // namespace
