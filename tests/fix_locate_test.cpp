@@ -134,9 +134,8 @@ struct NoiseFreeCase {
 
 // Exact bearings (and times at the mean celerity) locate the source to
 // within metres and the origin time to within milliseconds, with residuals
-// of zero, wherever the source is. A bearing of a very small sigma misses
-// the start (a crossing on the sphere) by many sigmas and is left out of the
-// first fit; it is taken back.
+// of zero, wherever the source is, also with one bearing of a very small
+// sigma, which dominates the fit.
 TEST(FixLocate, NoiseFreeEventsWithinMetres) {
   const std::vector<NoiseFreeCase> cases = {
       {"five stations with times", 48.0, 11.0,
