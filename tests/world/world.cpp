@@ -185,7 +185,7 @@ std::vector<Array> global_network() {
     lat = std::clamp(lat, -89.0, 89.0);
     if (lon > 180.0) lon -= 360.0;
     if (lon < -180.0) lon += 360.0;
-    char name[8];
+    char name[16];
     std::snprintf(name, sizeof name, "G%02d", i + 1);
     arrays.push_back({name, lat, lon});
   }
