@@ -13,6 +13,29 @@ page_formats() {
     [[ -z $out ]] || fail "man warnings in $1:"$'\n'"$out"
 }
 
+# companion_docs PAGE COMPLETION PROGRAM IGNORED: the companion's manual
+# page formats without a warning, and its help text, its page and its
+# completion (sourced here, offering every option after "--") name the same
+# long options, less those matching the extended regular expression IGNORED
+# (other programs' options that the help text or the page show).
+companion_docs() {
+    local page=$1 completion=$2 program=$3 ignored=$4 options in_page offered
+    page_formats "$page"
+    options=$("$program" --help | grep -o -- '--[a-z][a-z-]*' |
+              grep -Evx -- "$ignored" | sort -u)
+    [[ -n $options ]] || fail "no options in the help text"
+    in_page=$(grep -o -- '\\-\\-[a-z][a-z\\-]*[a-z]' "$page" | sed 's/\\-/-/g' |
+              grep -Evx -- "$ignored" | sort -u)
+    [[ $options == "$in_page" ]] ||
+        fail "options of the help text and the page differ:"$'\n'"$(diff <(echo "$options") <(echo "$in_page"))"
+    source "$completion" || { fail "cannot source $completion"; return; }
+    COMP_WORDS=("${program##*/}" --) COMP_CWORD=1 COMPREPLY=()
+    _vestra_companion
+    offered=$(printf '%s\n' "${COMPREPLY[@]%=}" | sort -u)
+    [[ $options == "$offered" ]] ||
+        fail "options of the help text and the completion differ:"$'\n'"$(diff <(echo "$options") <(echo "$offered"))"
+}
+
 # complete_with FUNCTION EXPECTED WORD...: runs the completion FUNCTION with
 # COMP_WORDS set to the WORDs, the last being completed, and compares the
 # offered words with EXPECTED.
