@@ -1,14 +1,13 @@
 #include "assoc/labels.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cmath>
-#include <cstdio>
 #include <map>
 #include <set>
 #include <tuple>
 
 #include "assoc/stream.h"
+#include "fix/iso_time.h"
 
 namespace assoc {
 
@@ -106,21 +105,9 @@ Slice reach(const Slice& slice, const Options& options) {
 }
 
 std::string time_label(double seconds) {
-  using namespace std::chrono;
-  const sys_seconds t{std::chrono::seconds{
-      static_cast<long long>(std::floor(seconds))}};
-  const sys_days day = floor<days>(t);
-  const year_month_day ymd{day};
-  const hh_mm_ss hms{t - day};
-  char buf[32];
-  std::snprintf(buf, sizeof buf, "%04d%02u%02uT%02d%02d%02d",
-                static_cast<int>(ymd.year()),
-                static_cast<unsigned>(ymd.month()),
-                static_cast<unsigned>(ymd.day()),
-                static_cast<int>(hms.hours().count()),
-                static_cast<int>(hms.minutes().count()),
-                static_cast<int>(hms.seconds().count()));
-  return buf;
+  std::string label = fix::format_iso_time(std::floor(seconds), 0, 0);
+  std::erase_if(label, [](char c) { return c == '-' || c == ':' || c == 'Z'; });
+  return label;
 }
 
 Labelled label_events(const std::vector<Item>& items, const Options& options,

@@ -1,11 +1,11 @@
 #include "assoc/output.h"
 
 #include <charconv>
-#include <chrono>
 #include <cmath>
-#include <cstdio>
 
 #include <nlohmann/json.hpp>
+
+#include "fix/iso_time.h"
 
 namespace assoc {
 
@@ -88,27 +88,7 @@ std::string text_detection(const fix::Detection& d, const std::string& label) {
 }
 
 std::string exact_time(double seconds) {
-  using namespace std::chrono;
-  const auto us = static_cast<long long>(std::llround(seconds * 1e6));
-  const long long whole = us >= 0 ? us / 1000000 : -((-us + 999999) / 1000000);
-  const long long fraction = us - whole * 1000000;
-  const sys_seconds t{std::chrono::seconds{whole}};
-  const sys_days day = floor<days>(t);
-  const year_month_day ymd{day};
-  const hh_mm_ss hms{t - day};
-  char buf[48];
-  int n = std::snprintf(buf, sizeof buf, "%04d-%02u-%02uT%02d:%02d:%02d",
-                        static_cast<int>(ymd.year()),
-                        static_cast<unsigned>(ymd.month()),
-                        static_cast<unsigned>(ymd.day()),
-                        static_cast<int>(hms.hours().count()),
-                        static_cast<int>(hms.minutes().count()),
-                        static_cast<int>(hms.seconds().count()));
-  if (fraction != 0) {
-    n += std::snprintf(buf + n, sizeof buf - n, ".%06lld", fraction);
-    while (buf[n - 1] == '0') buf[--n] = '\0';
-  }
-  return std::string(buf, n) + "Z";
+  return fix::format_iso_time(seconds, 6, 0);
 }
 
 }  // namespace assoc

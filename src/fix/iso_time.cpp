@@ -94,25 +94,43 @@ std::optional<double> parse_iso_time(std::string_view s) {
   return static_cast<double>(whole) + part;
 }
 
-std::string format_iso_time(double seconds) {
+std::string format_iso_time(double seconds, int decimals, int least) {
   using namespace std::chrono;
-  if (!std::isfinite(seconds) || std::fabs(seconds) > 3e11) return "invalid";
-  const auto tenths = static_cast<std::int64_t>(std::llround(seconds * 10.0));
-  std::int64_t day_count = tenths / 864000;
-  std::int64_t rest = tenths % 864000;
-  if (rest < 0) {
-    rest += 864000;
-    --day_count;
+  if (!std::isfinite(seconds) || std::fabs(seconds) > 3e11) return "";
+  std::int64_t per_second = 1;
+  for (int i = 0; i < decimals; ++i) per_second *= 10;
+  const std::int64_t units =
+      std::llround(seconds * static_cast<double>(per_second));
+  std::int64_t whole = units / per_second, fraction = units % per_second;
+  if (fraction < 0) {
+    fraction += per_second;
+    --whole;
   }
-  const year_month_day date{sys_days(days(day_count))};
-  const auto secs = static_cast<int>(rest / 10);
-  char buf[48];
-  std::snprintf(buf, sizeof buf, "%04d-%02u-%02uT%02d:%02d:%02d.%dZ",
-                static_cast<int>(date.year()),
-                static_cast<unsigned>(date.month()),
-                static_cast<unsigned>(date.day()), secs / 3600, secs / 60 % 60,
-                secs % 60, static_cast<int>(rest % 10));
-  return buf;
+  const sys_seconds t{std::chrono::seconds{whole}};
+  const sys_days day = floor<days>(t);
+  const year_month_day date{day};
+  const hh_mm_ss hms{t - day};
+  char buf[64];
+  int n = std::snprintf(buf, sizeof buf, "%04d-%02u-%02uT%02d:%02d:%02d",
+                        static_cast<int>(date.year()),
+                        static_cast<unsigned>(date.month()),
+                        static_cast<unsigned>(date.day()),
+                        static_cast<int>(hms.hours().count()),
+                        static_cast<int>(hms.minutes().count()),
+                        static_cast<int>(hms.seconds().count()));
+  if (decimals > 0) {
+    const int start = n;
+    n += std::snprintf(buf + n, sizeof buf - n, ".%0*lld", decimals,
+                       static_cast<long long>(fraction));
+    while (n > start + 1 + least && buf[n - 1] == '0') --n;
+    if (n == start + 1) n = start;  // no decimal left: no point either
+  }
+  return std::string(buf, n) + "Z";
+}
+
+std::string format_iso_time(double seconds) {
+  const std::string text = format_iso_time(seconds, 1, 1);
+  return text.empty() ? "invalid" : text;
 }
 
 }  // namespace fix

@@ -19,7 +19,15 @@ namespace fix {
 std::optional<double> parse_iso_time(std::string_view text);
 
 /// "YYYY-MM-DDThh:mm:ss.sZ": the time (seconds since 1970) rounded to a
-/// tenth of a second.
+/// tenth of a second; "invalid" for a time that is not finite or beyond
+/// 3e11 s (about the year 11,000).
 std::string format_iso_time(double seconds);
+
+/// "YYYY-MM-DDThh:mm:ss[.f]Z": the time (seconds since 1970) rounded to
+/// `decimals` (0 to 6) decimals of the second, the fraction's trailing
+/// zeros dropped but for the first `least` (0: a whole second has no
+/// fraction; 1: it ends in ".0"); "" for a time that is not finite or
+/// beyond 3e11 s.
+std::string format_iso_time(double seconds, int decimals, int least);
 
 }  // namespace fix

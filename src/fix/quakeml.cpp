@@ -156,24 +156,7 @@ std::string id_name(const std::string& name) {
 // decimals of the second, zeros after the first one dropped; "" for a time
 // that cannot be written.
 std::string xml_time(double seconds, int decimals) {
-  if (!std::isfinite(seconds) || std::fabs(seconds) > 3e11) return "";
-  long long per_second = 1;
-  for (int i = 0; i < decimals; ++i) per_second *= 10;
-  const long long units =
-      std::llround(seconds * static_cast<double>(per_second));
-  long long whole = units / per_second, fraction = units % per_second;
-  if (fraction < 0) {
-    fraction += per_second;
-    --whole;
-  }
-  // A whole second is formatted exactly as "...:ss.0Z".
-  std::string s = format_iso_time(static_cast<double>(whole));
-  s.resize(s.size() - 2);
-  char digits[24];
-  std::snprintf(digits, sizeof digits, "%0*lld", decimals, fraction);
-  std::string f = digits;
-  f.erase(std::max<std::size_t>(f.find_last_not_of('0') + 1, 1));
-  return s + f + "Z";
+  return format_iso_time(seconds, decimals, 1);
 }
 
 void indent(std::string& out, int depth) { out.append(2 * depth, ' '); }
