@@ -106,7 +106,8 @@ Slice reach(const Slice& slice, const Options& options) {
 
 std::string time_label(double seconds) {
   std::string label = fix::format_iso_time(std::floor(seconds), 0, 0);
-  std::erase_if(label, [](char c) { return c == '-' || c == ':' || c == 'Z'; });
+  std::erase_if(label,
+                [](char c) { return c == '-' || c == ':' || c == 'Z'; });
   return label;
 }
 
