@@ -7,9 +7,9 @@
 //                           detections per station), 4 degrees and 10 s of
 //                           noise; clutter is the percentage of detections
 //                           whose bearing and time are random.
-//   BM_FixSmallEvent        events of five stations, one per detection, as
-//                           vestra-assoc hands them over, cycling over 256
-//                           seeded events.
+//
+// Events of five stations, the size vestra-assoc hands over, are
+// vestra_bench's BM_FixFiveStationEvent.
 //
 // Counters: `geodesics` the inverse and direct problems solved per event,
 // `used` the detections of the final fit, `crossed` the pairs crossed for
@@ -54,34 +54,6 @@ BENCHMARK(BM_FixEvent)
     ->ArgsProduct({{100, 1000, 2000, 10000}, {0, 50}})
     ->ArgNames({"N", "clutter"})
     ->Unit(benchmark::kMillisecond);
-
-void BM_FixSmallEvent(benchmark::State& state) {
-  const GeographicLib::Geodesic& g = GeographicLib::Geodesic::WGS84();
-  std::mt19937_64 rng(20261125);
-  std::uniform_real_distribution<double> u(0.0, 1.0);
-  std::vector<fix::Event> events;
-  for (int e = 0; e < 256; ++e) {
-    std::vector<synthetic::Site> sites;
-    for (int i = 0; i < 5; ++i)
-      sites.push_back(
-          {72.0 * i + 40.0 * (u(rng) - 0.5), 50.0 + 1950.0 * u(rng)});
-    events.push_back(synthetic::make_event(
-        g, -70.0 + 140.0 * u(rng), -180.0 + 360.0 * u(rng), t0, sites,
-        {4.0, true, 10.0, 0.22, 0.34}, rng));
-  }
-  fix::Locator locator{fix::Settings{}};
-  double geodesics = 0.0;
-  std::size_t i = 0;
-  for (auto _ : state) {
-    fix::Solution s = locator.locate(events[i]);
-    geodesics += s.geodesics;
-    benchmark::DoNotOptimize(s);
-    if (++i == events.size()) i = 0;
-  }
-  state.counters["geodesics"] =
-      geodesics / static_cast<double>(state.iterations());
-}
-BENCHMARK(BM_FixSmallEvent)->Unit(benchmark::kMicrosecond);
 
 }  // namespace
 
