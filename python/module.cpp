@@ -210,55 +210,57 @@ std::vector<py::ssize_t> common_shape(const std::vector<const Array*>& arrays) {
 
 bool latitude_ok(double lat) { return std::fabs(lat) <= 90.0; }
 
-py::tuple inverse(const Array& lat1, const Array& lon1, const Array& lat2,
-                  const Array& lon2, int ellipsoid) {
-  const auto shape = common_shape({&lat1, &lon1, &lat2, &lon2});
-  Array s12(shape), azi1(shape), azi2(shape);
-  const double *a = lat1.data(), *b = lon1.data(), *c = lat2.data(),
-               *d = lon2.data();
-  double *s = s12.mutable_data(), *z1 = azi1.mutable_data(),
-         *z2 = azi2.mutable_data();
-  const std::size_t n = static_cast<std::size_t>(lat1.size());
+// Applies `f(earth, in, out)` to four arrays of one shape element by
+// element (in: the four values, out: three results), giving three arrays;
+// the GIL is released while it works.
+template <class F>
+py::tuple elementwise(const Array& a, const Array& b, const Array& c,
+                      const Array& d, int ellipsoid, F f) {
+  const auto shape = common_shape({&a, &b, &c, &d});
+  Array r0(shape), r1(shape), r2(shape);
+  const double* in[4] = {a.data(), b.data(), c.data(), d.data()};
+  double* out[3] = {r0.mutable_data(), r1.mutable_data(), r2.mutable_data()};
+  const auto n = static_cast<std::size_t>(a.size());
   {
     py::gil_scoped_release release;
     const geo::Earth earth(ellipsoid);
     for (std::size_t i = 0; i < n; ++i) {
-      if (!latitude_ok(a[i]) || !latitude_ok(c[i]) || !std::isfinite(b[i]) ||
-          !std::isfinite(d[i])) {
-        s[i] = z1[i] = z2[i] = nan;
-        continue;
-      }
-      const geo::Geodesic g = earth.inverse(a[i], b[i], c[i], d[i]);
-      s[i] = g.distance_km * 1000.0;
-      z1[i] = g.azimuth_1;
-      z2[i] = g.azimuth_2;
+      const double x[4] = {in[0][i], in[1][i], in[2][i], in[3][i]};
+      double y[3];
+      f(earth, x, y);
+      for (int k = 0; k < 3; ++k) out[k][i] = y[k];
     }
   }
-  return py::make_tuple(s12, azi1, azi2);
+  return py::make_tuple(r0, r1, r2);
+}
+
+py::tuple inverse(const Array& lat1, const Array& lon1, const Array& lat2,
+                  const Array& lon2, int ellipsoid) {
+  return elementwise(lat1, lon1, lat2, lon2, ellipsoid,
+                     [](const geo::Earth& earth, const double* x, double* y) {
+    if (!latitude_ok(x[0]) || !latitude_ok(x[2]) || !std::isfinite(x[1]) ||
+        !std::isfinite(x[3])) {
+      y[0] = y[1] = y[2] = nan;
+      return;
+    }
+    const geo::Geodesic g = earth.inverse(x[0], x[1], x[2], x[3]);
+    y[0] = g.distance_km * 1000.0;
+    y[1] = g.azimuth_1;
+    y[2] = g.azimuth_2;
+  });
 }
 
 py::tuple direct(const Array& lat1, const Array& lon1, const Array& azi1,
                  const Array& s12, int ellipsoid) {
-  const auto shape = common_shape({&lat1, &lon1, &azi1, &s12});
-  Array lat2(shape), lon2(shape), azi2(shape);
-  const double *a = lat1.data(), *b = lon1.data(), *c = azi1.data(),
-               *d = s12.data();
-  double *p = lat2.mutable_data(), *q = lon2.mutable_data(),
-         *z = azi2.mutable_data();
-  const std::size_t n = static_cast<std::size_t>(lat1.size());
-  {
-    py::gil_scoped_release release;
-    const geo::Earth earth(ellipsoid);
-    for (std::size_t i = 0; i < n; ++i) {
-      if (!latitude_ok(a[i]) || !std::isfinite(b[i]) || !std::isfinite(c[i]) ||
-          !std::isfinite(d[i])) {
-        p[i] = q[i] = z[i] = nan;
-        continue;
-      }
-      earth.direct(a[i], b[i], d[i] / 1000.0, c[i], p[i], q[i], &z[i]);
+  return elementwise(lat1, lon1, azi1, s12, ellipsoid,
+                     [](const geo::Earth& earth, const double* x, double* y) {
+    if (!latitude_ok(x[0]) || !std::isfinite(x[1]) || !std::isfinite(x[2]) ||
+        !std::isfinite(x[3])) {
+      y[0] = y[1] = y[2] = nan;
+      return;
     }
-  }
-  return py::make_tuple(lat2, lon2, azi2);
+    earth.direct(x[0], x[1], x[3] / 1000.0, x[2], y[0], y[1], &y[2]);
+  });
 }
 
 // ---------------------------------------------------------------------------
