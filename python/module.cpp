@@ -108,8 +108,8 @@ py::tuple run_fix(const py::bytes& detections, const std::vector<std::string>& a
 // decimals (up to 9) that read back as the same number.
 std::string exact_iso_time(double seconds) {
   const double whole = std::floor(seconds);
-  std::string base = fix::format_iso_time(whole);  // "...:ss.0Z"
-  base.resize(base.size() - 3);
+  std::string base = fix::format_iso_time(whole, 0, 0);  // "...:ssZ"
+  base.pop_back();
   std::string text;
   for (int decimals = 0; decimals <= 9; ++decimals) {
     const double scale = std::pow(10.0, decimals);
